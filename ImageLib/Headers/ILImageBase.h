@@ -1,0 +1,130 @@
+// ILImageBase.h - CILImageBase, the typed two-dimensional pixel buffer.
+//
+// One malloc'd block of width x height samples of one QORDataTypes type,
+// row-major, row 0 first, no row padding; the sample at (x, y) is element
+// y * width + x. Copying copies the pixels.
+#ifndef IMAGELIB_ILIMAGEBASE_H
+#define IMAGELIB_ILIMAGEBASE_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "ILTypes.h"
+
+class IMAGELIB_API CILImageBase {
+public:
+    // An empty image: type -1 (none), 0 x 0, no buffer.
+    CILImageBase();
+    // Copies type, sides and pixels. If the allocation fails the copy is left
+    // empty (no buffer, 0 x 0, type not set) without reporting it.
+    CILImageBase(const CILImageBase& other);
+    virtual ~CILImageBase();
+
+    // Always reallocates to the source's type and sides, then copies its
+    // pixels. Assigning an image to itself leaves it with a fresh buffer whose
+    // contents are undefined (the old values are lost); callers never do it.
+    const CILImageBase& operator=(const CILImageBase& other);
+
+    // Bytes per sample for types 1..5 (1, 2, 4, 4, 8). Any other value raises
+    // the "1==0" assertion and gives 0.
+    static size_t get_reqsizefortype(QORDataTypes type);
+
+    // Frees the buffer and allocates width x height samples of `type`
+    // (contents undefined). On failure the buffer is gone, false is returned
+    // and type, sides and size keep their old values. A negative side or a
+    // pixel count or byte size that does not fit is refused the same way.
+    bool InitWithType(QORDataTypes type, int32_t width, int32_t height);
+
+    // reinit true: InitWithType(type, width, height) first. reinit false: keeps
+    // buffer and sides and fails when `type` differs from the image's type.
+    // Then copies get_sizeinbytes() bytes from `src` when both exist. The
+    // caller's pointer is never adopted.
+    bool setImageData(const void* src, QORDataTypes type, int width, int height, bool reinit);
+
+    // Points the typed view of the current sample type at the buffer; any
+    // other type raises "1==0".
+    void setlocalpointers();
+
+    // Plain accessors; the setters only store the field and do not touch the
+    // buffer. An image whose fields no longer fit its buffer behaves as an
+    // image without data in every operation.
+    QORDataTypes get_datatype() const { return m_datatype; }
+    void set_datatype(QORDataTypes type) { m_datatype = type; }
+    uint32_t getWidth() const { return m_width; }
+    uint32_t get_width() const { return m_width; }
+    void set_width(uint32_t width) { m_width = width; }
+    uint32_t getHeight() const { return m_height; }
+    uint32_t get_height() const { return m_height; }
+    void set_height(uint32_t height) { m_height = height; }
+    uint64_t get_sizeinbytes() const { return m_sizeinbytes; }
+    void set_sizeinbytes(int32_t size) { m_sizeinbytes = static_cast<uint64_t>(static_cast<int64_t>(size)); }
+    const void* get_data() const { return m_data; }
+
+    // Bytewise equality of type, sides and pixels (+0.0f and -0.0f differ,
+    // identical NaN bit patterns are equal). Two images without buffers are equal.
+    int operator==(const CILImageBase& other) const;
+    int operator!=(const CILImageBase& other) const;
+
+    // Tolerant equality: integer samples exactly, float samples when their
+    // single-precision difference is within `precision` (rounded to float),
+    // double samples when |a - b| <= precision.
+    int compareWithPrecession(const CILImageBase& other, double precision);
+
+    // Writes `value` to every sample. Byte and 16-bit images keep the low
+    // 8 or 16 bits (300 -> 44 as a byte): wrap-around, never clamped.
+    bool setConstData(int32_t value);
+    // As above; integer images receive the value truncated toward zero to
+    // 32 bits first (NaN and out-of-range give -2147483648, then cut).
+    bool setConstData(double value);
+
+    // Changes the canvas to width x height anchored at the top-left corner:
+    // the overlap keeps its samples, the rest gets `fill`. Call the overload of
+    // the image's own sample type; a mismatched overload garbles the pixels
+    // (it never reads or writes outside the buffers).
+    bool resize(uint32_t width, uint32_t height, unsigned char fill);
+    bool resize(uint32_t width, uint32_t height, unsigned short fill);
+    bool resize(uint32_t width, uint32_t height, int32_t fill);
+    bool resize(uint32_t width, uint32_t height, float fill);
+    bool resize(uint32_t width, uint32_t height, double fill);
+
+    // Converts every sample in place to `target` by the plain cast rule:
+    // no scaling, integers wrap, floats truncate toward zero to 32 bits first
+    // (NaN and out-of-range become -2147483648 before the cut).
+    bool ChangeType(QORDataTypes target);
+
+    // Minimum, maximum, mean and non-zero extremes, optionally under a byte
+    // mask (one byte per pixel, non-zero = take part). Null outputs are not
+    // computed. The mean is only gathered when min or max is asked for;
+    // outputs with no eligible pixel keep the buffer's first sample.
+    bool getMinMax(float* min, float* max, double* mean, char* mask, float* nonZeroMin, float* nonZeroMax);
+
+protected:
+    // True when the image has a buffer that holds every sample its type and
+    // sides describe (and get_sizeinbytes() bytes). Every pixel operation
+    // tests this before touching samples.
+    bool hasPixels() const;
+    // The number of pixels, width x height.
+    size_t pixelCount() const { return static_cast<size_t>(m_width) * m_height; }
+    // Releases the buffer (the fields are kept).
+    void freeBuffer();
+
+    QORDataTypes m_datatype;
+    uint32_t m_width;
+    uint32_t m_height;
+    uint64_t m_sizeinbytes;
+    unsigned char* m_data;
+    uint8_t* m_pByteData;
+    uint16_t* m_pUShortData;
+    int32_t* m_pLongData;
+    float* m_pFloatData;
+    double* m_pDoubleData;
+
+private:
+    template <typename T> bool resizeAs(uint32_t width, uint32_t height, T fill);
+
+    // Bytes actually allocated for m_data; guards against fields changed
+    // through the plain setters.
+    size_t m_allocatedBytes;
+};
+
+#endif

@@ -1,0 +1,9 @@
+// ImageLib.h - umbrella header: includes every public header of the library.
+#ifndef IMAGELIB_IMAGELIB_H
+#define IMAGELIB_IMAGELIB_H
+
+#include "ILAssert.h"
+#include "ILTypes.h"
+#include "ILImageBase.h"
+
+#endif

@@ -1,0 +1,370 @@
+// ILImageBase.cpp - the pixel buffer: storage, copying, comparison, filling,
+// canvas resizing, type conversion and the minimum/maximum scan.
+#include "ILImageBase.h"
+#include "ILImageBase_templates.h"
+#include "ILInternal.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+#define IL_ASSERT_SOURCE L"ImageLib/Source/ILImageBase"
+
+namespace {
+
+// Bytes per sample without the assertion, for internal size checks.
+size_t sampleBytesOf(int32_t type)
+{
+    switch (type) {
+    case eByte: return 1;
+    case eUShort: return 2;
+    case eLong:
+    case eFloat: return 4;
+    case eDouble: return 8;
+    default: return 0;
+    }
+}
+
+// The pixel count of a width x height canvas, or -1 when a side is negative or
+// the product does not fit the signed 32-bit size every image must have.
+int64_t checkedPixelCount(int64_t width, int64_t height)
+{
+    if (width < 0 || height < 0) return -1;
+    const int64_t count = width * height;  // both below 2^32: no overflow in 64 bits
+    return count > INT32_MAX ? -1 : count;
+}
+
+template <typename T> T* samplesOf(unsigned char* data) { return reinterpret_cast<T*>(data); }
+template <typename T> const T* samplesOf(const unsigned char* data) { return reinterpret_cast<const T*>(data); }
+
+template <typename T>
+void fillSamples(unsigned char* data, size_t count, T value)
+{
+    T* out = samplesOf<T>(data);
+    for (size_t i = 0; i < count; ++i) out[i] = value;
+}
+
+template <typename T>
+bool samplesWithin(const T* a, const T* b, size_t count, double precision)
+{
+    for (size_t i = 0; i < count; ++i)
+        if (a[i] != b[i]) return false;
+    (void)precision;
+    return true;
+}
+
+template <>
+bool samplesWithin<float>(const float* a, const float* b, size_t count, double precision)
+{
+    const double limit = static_cast<double>(ILNarrowToFloat(precision));
+    for (size_t i = 0; i < count; ++i) {
+        const float difference = a[i] - b[i];
+        if (std::fabs(static_cast<double>(difference)) > limit) return false;
+    }
+    return true;
+}
+
+template <>
+bool samplesWithin<double>(const double* a, const double* b, size_t count, double precision)
+{
+    for (size_t i = 0; i < count; ++i)
+        if (std::fabs(a[i] - b[i]) > precision) return false;
+    return true;
+}
+
+template <typename From, typename To>
+void convertSamples(const unsigned char* source, unsigned char* target, size_t count)
+{
+    const From* in = samplesOf<From>(source);
+    To* out = samplesOf<To>(target);
+    for (size_t i = 0; i < count; ++i) out[i] = ILConvertSample<To>(in[i]);
+}
+
+// Running state of the minimum/maximum scan in the sample's own type.
+template <typename T> struct MinMaxScan {
+    T min, max, nonZeroMin, nonZeroMax;
+    double sum;
+    size_t count;
+};
+
+template <typename T>
+void scanMinMax(const T* samples, size_t count, const char* mask, bool wantExtremes, bool wantNonZero,
+                MinMaxScan<T>& scan)
+{
+    bool firstExtreme = true;
+    bool firstNonZero = true;
+    for (size_t i = 0; i < count; ++i) {
+        if (mask && mask[i] == 0) continue;
+        const T value = samples[i];
+        if (wantExtremes) {
+            if (firstExtreme) {
+                scan.min = scan.max = value;
+                firstExtreme = false;
+            }
+            if (value < scan.min) scan.min = value;
+            if (value > scan.max) scan.max = value;
+            scan.sum += static_cast<double>(value);
+            ++scan.count;
+        }
+        if (wantNonZero && !(value == 0)) {
+            if (firstNonZero) {
+                scan.nonZeroMin = scan.nonZeroMax = value;
+                firstNonZero = false;
+            }
+            if (value < scan.nonZeroMin) scan.nonZeroMin = value;
+            if (value > scan.nonZeroMax) scan.nonZeroMax = value;
+        }
+    }
+}
+
+template <typename T> float toFloatOutput(T value) { return ILConvertSample<float>(value); }
+
+} // namespace
+
+CILImageBase::CILImageBase()
+    : m_datatype(static_cast<QORDataTypes>(-1)), m_width(0), m_height(0), m_sizeinbytes(0), m_data(nullptr),
+      m_pByteData(nullptr), m_pUShortData(nullptr), m_pLongData(nullptr), m_pFloatData(nullptr),
+      m_pDoubleData(nullptr), m_allocatedBytes(0)
+{
+}
+
+CILImageBase::CILImageBase(const CILImageBase& other) : CILImageBase()
+{
+    if (!InitWithType(other.m_datatype, static_cast<int32_t>(other.m_width), static_cast<int32_t>(other.m_height)))
+        return;
+    if (other.hasPixels() && other.m_allocatedBytes >= m_sizeinbytes && m_sizeinbytes > 0)
+        std::memcpy(m_data, other.m_data, m_sizeinbytes);
+}
+
+CILImageBase::~CILImageBase()
+{
+    freeBuffer();
+}
+
+const CILImageBase& CILImageBase::operator=(const CILImageBase& other)
+{
+    // No self-assignment guard: the buffer is always replaced. Copying a
+    // buffer onto itself would be meaningless, so a self-assignment only
+    // loses the old values.
+    const bool selfAssignment = (this == &other);
+    if (!InitWithType(other.m_datatype, static_cast<int32_t>(other.m_width), static_cast<int32_t>(other.m_height)))
+        return *this;
+    if (!selfAssignment && other.hasPixels() && other.m_allocatedBytes >= m_sizeinbytes && m_sizeinbytes > 0)
+        std::memcpy(m_data, other.m_data, m_sizeinbytes);
+    return *this;
+}
+
+size_t CILImageBase::get_reqsizefortype(QORDataTypes type)
+{
+    const size_t bytes = sampleBytesOf(type);
+    if (bytes == 0) IL_ASSERT_UNKNOWN_TYPE();
+    return bytes;
+}
+
+bool CILImageBase::hasPixels() const
+{
+    if (!m_data) return false;
+    const size_t needed = pixelCount() * sampleBytesOf(m_datatype);
+    return needed <= m_allocatedBytes && m_sizeinbytes <= m_allocatedBytes;
+}
+
+void CILImageBase::freeBuffer()
+{
+    std::free(m_data);
+    m_data = nullptr;
+    m_allocatedBytes = 0;
+}
+
+bool CILImageBase::InitWithType(QORDataTypes type, int32_t width, int32_t height)
+{
+    freeBuffer();
+    const size_t sampleBytes = get_reqsizefortype(type);
+    const int64_t count = checkedPixelCount(width, height);
+    if (count < 0) return false;
+    const size_t bytes = static_cast<size_t>(count) * sampleBytes;
+    unsigned char* buffer = static_cast<unsigned char*>(std::malloc(bytes));
+    if (!buffer) return false;
+    m_data = buffer;
+    m_allocatedBytes = bytes;
+    m_datatype = type;
+    m_width = static_cast<uint32_t>(width);
+    m_height = static_cast<uint32_t>(height);
+    m_sizeinbytes = bytes;
+    return true;
+}
+
+bool CILImageBase::setImageData(const void* src, QORDataTypes type, int width, int height, bool reinit)
+{
+    if (reinit) {
+        if (!InitWithType(type, width, height)) return false;
+    } else if (type != m_datatype) {
+        return false;
+    }
+    if (src && hasPixels() && m_sizeinbytes > 0) std::memcpy(m_data, src, m_sizeinbytes);
+    return true;
+}
+
+void CILImageBase::setlocalpointers()
+{
+    switch (m_datatype) {
+    case eByte: m_pByteData = m_data; break;
+    case eUShort: m_pUShortData = samplesOf<uint16_t>(m_data); break;
+    case eLong: m_pLongData = samplesOf<int32_t>(m_data); break;
+    case eFloat: m_pFloatData = samplesOf<float>(m_data); break;
+    case eDouble: m_pDoubleData = samplesOf<double>(m_data); break;
+    default: IL_ASSERT_UNKNOWN_TYPE(); break;
+    }
+}
+
+int CILImageBase::operator==(const CILImageBase& other) const
+{
+    if (m_datatype != other.m_datatype || m_width != other.m_width || m_height != other.m_height) return 0;
+    if (!hasPixels()) return other.hasPixels() ? 0 : 1;
+    if (!other.hasPixels() || other.m_allocatedBytes < m_sizeinbytes) return 0;
+    if (m_sizeinbytes == 0) return 1;
+    return std::memcmp(m_data, other.m_data, m_sizeinbytes) == 0 ? 1 : 0;
+}
+
+int CILImageBase::operator!=(const CILImageBase& other) const
+{
+    if (m_datatype != other.m_datatype || m_width != other.m_width || m_height != other.m_height) return 1;
+    if (!hasPixels()) return other.hasPixels() ? 1 : 0;
+    if (!other.hasPixels() || other.m_allocatedBytes < m_sizeinbytes) return 1;
+    if (m_sizeinbytes == 0) return 0;
+    return std::memcmp(m_data, other.m_data, m_sizeinbytes) != 0 ? 1 : 0;
+}
+
+int CILImageBase::compareWithPrecession(const CILImageBase& other, double precision)
+{
+    if (m_width != other.m_width || m_height != other.m_height) return 0;
+    if (!hasPixels()) return other.hasPixels() ? 0 : 1;
+    if (!other.hasPixels()) return 0;
+    if (m_datatype != other.m_datatype) return 0;
+    bool equal = true;
+    const size_t count = pixelCount();
+    // An unknown type counts as equal.
+    ILDispatchSampleType(m_datatype, [&](auto tag) {
+        using T = typename decltype(tag)::type;
+        equal = samplesWithin<T>(samplesOf<T>(m_data), samplesOf<T>(other.m_data), count, precision);
+    });
+    return equal ? 1 : 0;
+}
+
+bool CILImageBase::setConstData(int32_t value)
+{
+    if (!hasPixels()) return false;
+    return ILDispatchSampleType(m_datatype, [&](auto tag) {
+        using T = typename decltype(tag)::type;
+        fillSamples<T>(m_data, pixelCount(), ILConvertSample<T>(value));
+    });
+}
+
+bool CILImageBase::setConstData(double value)
+{
+    if (!hasPixels()) return false;
+    return ILDispatchSampleType(m_datatype, [&](auto tag) {
+        using T = typename decltype(tag)::type;
+        fillSamples<T>(m_data, pixelCount(), ILConvertSample<T>(value));
+    });
+}
+
+template <typename T>
+bool CILImageBase::resizeAs(uint32_t width, uint32_t height, T fill)
+{
+    const int64_t count = checkedPixelCount(width, height);
+    if (count < 0) return false;
+    // One spare byte keeps malloc from answering null for an empty canvas.
+    T* canvas = static_cast<T*>(std::malloc(static_cast<size_t>(count) * sizeof(T) + 1));
+    if (!canvas) return false;
+    for (int64_t i = 0; i < count; ++i) canvas[i] = fill;
+
+    // The old buffer is read as T whatever its type; reads stop at its end.
+    if (m_data) {
+        const T* old = samplesOf<T>(m_data);
+        const size_t oldElements = m_allocatedBytes / sizeof(T);
+        const uint32_t rows = m_height < height ? m_height : height;
+        const uint32_t columns = m_width < width ? m_width : width;
+        for (uint32_t y = 0; y < rows; ++y) {
+            for (uint32_t x = 0; x < columns; ++x) {
+                const size_t from = static_cast<size_t>(y) * m_width + x;
+                if (from < oldElements) canvas[static_cast<size_t>(y) * width + x] = old[from];
+            }
+        }
+    }
+
+    if (!InitWithType(m_datatype, static_cast<int32_t>(width), static_cast<int32_t>(height))) {
+        std::free(canvas);
+        return false;
+    }
+    const size_t canvasBytes = static_cast<size_t>(count) * sizeof(T);
+    const size_t copied = canvasBytes < m_allocatedBytes ? canvasBytes : m_allocatedBytes;
+    if (copied > 0) std::memcpy(m_data, canvas, copied);
+    std::free(canvas);
+    return true;
+}
+
+bool CILImageBase::resize(uint32_t width, uint32_t height, unsigned char fill) { return resizeAs(width, height, fill); }
+bool CILImageBase::resize(uint32_t width, uint32_t height, unsigned short fill) { return resizeAs(width, height, fill); }
+bool CILImageBase::resize(uint32_t width, uint32_t height, int32_t fill) { return resizeAs(width, height, fill); }
+bool CILImageBase::resize(uint32_t width, uint32_t height, float fill) { return resizeAs(width, height, fill); }
+bool CILImageBase::resize(uint32_t width, uint32_t height, double fill) { return resizeAs(width, height, fill); }
+
+bool CILImageBase::ChangeType(QORDataTypes target)
+{
+    if (target == m_datatype) return true;
+    if (!hasPixels()) return false;
+    if (pixelCount() > static_cast<size_t>(INT32_MAX)) return false;
+    const size_t count = pixelCount();
+
+    bool converted = false;
+    unsigned char* buffer = nullptr;
+    size_t bytes = 0;
+    const bool knownSource = ILDispatchSampleType(m_datatype, [&](auto sourceTag) {
+        using From = typename decltype(sourceTag)::type;
+        bytes = count * get_reqsizefortype(target);
+        buffer = static_cast<unsigned char*>(std::malloc(bytes));
+        if (!buffer) return;
+        converted = true;
+        // An unknown target has already asserted (its size is 0): nothing to convert.
+        ILDispatchSampleType(target, [&](auto targetTag) {
+            using To = typename decltype(targetTag)::type;
+            convertSamples<From, To>(m_data, buffer, count);
+        });
+    });
+    if (!knownSource) {
+        IL_ASSERT_UNKNOWN_TYPE();
+        return false;
+    }
+    if (!converted) return false;
+
+    freeBuffer();
+    m_data = buffer;
+    m_allocatedBytes = bytes;
+    m_datatype = target;
+    m_sizeinbytes = bytes;
+    return true;
+}
+
+bool CILImageBase::getMinMax(float* min, float* max, double* mean, char* mask, float* nonZeroMin, float* nonZeroMax)
+{
+    if (!hasPixels()) return false;
+    const bool wantExtremes = (min || max);
+    const bool wantNonZero = (nonZeroMin || nonZeroMax);
+    const size_t count = pixelCount();
+    return ILDispatchSampleType(m_datatype, [&](auto tag) {
+        using T = typename decltype(tag)::type;
+        const T* samples = samplesOf<T>(m_data);
+        MinMaxScan<T> scan;
+        // An empty image has no first sample; its extremes are 0.
+        const T first = count > 0 ? samples[0] : T(0);
+        scan.min = scan.max = scan.nonZeroMin = scan.nonZeroMax = first;
+        scan.sum = 0.0;
+        scan.count = 0;
+        if (wantExtremes || wantNonZero) scanMinMax(samples, count, mask, wantExtremes, wantNonZero, scan);
+        if (min) *min = toFloatOutput(scan.min);
+        if (max) *max = toFloatOutput(scan.max);
+        if (nonZeroMin) *nonZeroMin = toFloatOutput(scan.nonZeroMin);
+        if (nonZeroMax) *nonZeroMax = toFloatOutput(scan.nonZeroMax);
+        if (mean) *mean = scan.count ? scan.sum / static_cast<double>(scan.count) : 0.0;
+    });
+}

@@ -1,0 +1,22 @@
+// ILInternal.h - helpers shared by the implementation units (not installed).
+#ifndef IMAGELIB_ILINTERNAL_H
+#define IMAGELIB_ILINTERNAL_H
+
+#include "ILAssert.h"
+
+// Each unit defines IL_ASSERT_SOURCE as its own source name before using
+// IL_ASSERT, so that reports name the unit that made the check.
+#define IL_WIDE_TEXT(text) L"" text
+
+// Checks `cond`; on failure reports its text, the unit and the line, and
+// carries on.
+#define IL_ASSERT(cond)                                                      \
+    do {                                                                     \
+        if (!(cond))                                                         \
+            ILReportAssertion(IL_WIDE_TEXT(#cond), IL_ASSERT_SOURCE, __LINE__); \
+    } while (0)
+
+// Reports the dispatcher's unknown-type failure.
+#define IL_ASSERT_UNKNOWN_TYPE() ILReportAssertion(L"1==0", IL_ASSERT_SOURCE, __LINE__)
+
+#endif
