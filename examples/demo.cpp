@@ -91,5 +91,28 @@ int main()
     double mean = 0;
     master.getMinMax(&mn, &mx, &mean, mask.data(), nullptr, nullptr);
     std::printf("%-28s %-7s %12.2f %12.2f %14.3f\n", "double, left half (mask)", "double", mn, mx, mean);
+
+    // Display mapping: the 16-bit picture as a CILImage, its cached range
+    // driving a few colour tables; three probe values per table.
+    CILImage display(master);
+    display.ChangeType(eUShort);
+    std::printf("\n%-30s %-18s %-18s %-18s\n", "colour table (cached range)", "at min", "at middle", "at max");
+    const QOR_COLORTABLE_TYPES tables[] = {eClutGrey, eClutRainbow, eClutSpectrumToBlack, eClutBlueCyanYellowRed,
+                                           eClutRedAlpha};
+    const char* tableNames[] = {"grey", "rainbow", "spectrum to black", "blue-cyan-yellow-red", "red alpha"};
+    for (int t = 0; t < 5; ++t) {
+        display.setColorTable(tables[t]);
+        CILPalette* palette = display.getPalette();
+        const double probes[] = {display.getMin(), (display.getMin() + display.getMax()) / 2.0, display.getMax()};
+        std::printf("%-30s", tableNames[t]);
+        for (double value : probes) {
+            double r = 0, g = 0, b = 0, a = 0;
+            palette->GetRGBForImageValue(value, &r, &g, &b, &a);
+            char cell[32];
+            std::snprintf(cell, sizeof cell, "%3.0f,%3.0f,%3.0f/%3.0f", r, g, b, a);
+            std::printf(" %-18s", cell);
+        }
+        std::printf("\n");
+    }
     return 0;
 }

@@ -29,6 +29,17 @@ public:
     // the "1==0" assertion and gives 0.
     static size_t get_reqsizefortype(QORDataTypes type);
 
+    // Flood fill of a byte mask given as `height` row pointers of `width`
+    // bytes: every cell connected to the seed and holding the seed's value
+    // becomes `fillValue`. The seed is reduced crosswise (row = y % width,
+    // column = x % height); a reduced seed outside the mask, or a side of 0,
+    // is refused with eILInvalidArgument. `pAlreadyVisitedBuffer` (same shape)
+    // is cleared and left with 1 for cells pushed and 3 for cells filled.
+    // `reserved` is not used.
+    static EILSTATUS fillContourMask(unsigned int x, unsigned int y, char** rows, unsigned int width,
+                                     unsigned int height, char fillValue, eFillContourLogicType logic,
+                                     char** pAlreadyVisitedBuffer, unsigned int* reserved);
+
     // Frees the buffer and allocates width x height samples of `type`
     // (contents undefined). On failure the buffer is gone, false is returned
     // and type, sides and size keep their old values. A negative side or a
@@ -98,6 +109,30 @@ public:
     // outputs with no eligible pixel keep the buffer's first sample.
     bool getMinMax(float* min, float* max, double* mean, char* mask, float* nonZeroMin, float* nonZeroMax);
 
+    // Reverses the order of the rows into `dest` (re-shaped to this image).
+    bool Flip(CILImageBase& dest);
+    // Into a raw buffer of width x height samples, or in place when null.
+    // With a buffer the image itself is left untouched.
+    bool Flip(void* dest);
+    // Reverses the samples inside each row into `dest`.
+    bool Mirror(CILImageBase& dest);
+    // Into a raw buffer, or in place when null. Unlike Flip, a given buffer
+    // is also copied back over the image: both end up mirrored.
+    bool Mirror(void* dest);
+    // Counter-clockwise quarter turn into `dest` (sides swapped), or in place.
+    bool RotateLeft(CILImageBase& dest);
+    bool RotateLeft();
+    // Clockwise quarter turn into `dest` (sides swapped), or in place.
+    bool RotateRight(CILImageBase& dest);
+    bool RotateRight();
+
+    // Where the byte image `pImgMask` is non-zero, takes the sample of
+    // `pOtherImg` (read with this image's sample size). All three must have
+    // data and equal sides.
+    bool selectImageByMask(CILImageBase& pImgMask, CILImageBase& pOtherImg);
+    // Declared three-image form: does nothing and answers false.
+    bool selectImageByMask(CILImageBase& pImgMask, CILImageBase& pOtherImg, CILImageBase& pThird);
+
 protected:
     // True when the image has a buffer that holds every sample its type and
     // sides describe (and get_sizeinbytes() bytes). Every pixel operation
@@ -120,7 +155,18 @@ protected:
     double* m_pDoubleData;
 
 private:
+    bool Flip_core(void* dest);
+    bool Mirror_core(void* dest);
+    bool Rotate_LR_core(unsigned int newWidth, unsigned int newHeight, void* dest, int direction);
+    bool rotateInPlace(int direction);
+    bool rotateInto(CILImageBase& dest, int direction);
+
     template <typename T> bool resizeAs(uint32_t width, uint32_t height, T fill);
+    // Appends (x, y) to the contour fill's stack, allocating 25 zeroed points
+    // when the capacity is 0 and growing by 25 when full; false when an
+    // allocation fails.
+    static bool fillContourMask_addStackPoint(unsigned short x, unsigned short y, _tagUSHORT_POINT** stack,
+                                              unsigned int* capacity, unsigned int* count);
 
     // Bytes actually allocated for m_data; guards against fields changed
     // through the plain setters.

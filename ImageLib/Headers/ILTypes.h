@@ -42,6 +42,19 @@ enum QORImageTypes : int32_t {
     eImageTypeUnknown = 0
 };
 
+// Connectivity of CILImageBase::fillContourMask. Any value other than
+// eFillContour8Connected fills four-connected.
+enum eFillContourLogicType : int32_t {
+    eFillContour4Connected = 1,
+    eFillContour8Connected = 2
+};
+
+// A point of the contour fill's work stack: column x, then row y.
+struct _tagUSHORT_POINT {
+    unsigned short x;
+    unsigned short y;
+};
+
 // Tolerant comparison and rounding with an absolute tolerance of 1e-8.
 class IMAGELIB_API CILMathFns {
 public:

@@ -5,5 +5,10 @@
 #include "ILAssert.h"
 #include "ILTypes.h"
 #include "ILImageBase.h"
+#include "IL1DData.h"
+#include "ILDisplayRange.h"
+#include "ILROIObject.h"
+#include "ILPalette.h"
+#include "ILImage.h"
 
 #endif

@@ -1,0 +1,183 @@
+// ILImage.h - CILImage, the image the application handles: a pixel buffer
+// with cached statistics, display state, a palette, an optional mask it never
+// owns, and an OpenGL-ready display pixel buffer it owns.
+#ifndef IMAGELIB_ILIMAGE_H
+#define IMAGELIB_ILIMAGE_H
+
+#include <stdint.h>
+
+#include <string>
+
+#include "ILImageBase.h"
+#include "ILPalette.h"
+#include "ILROIObject.h"
+
+class CILHistogram;
+class CILLineProfile;
+struct tagImageStatsInfo;
+
+class IMAGELIB_API CILImage : public CILImageBase {
+public:
+    // An empty image with default display state. As a side effect it silences
+    // the TIFF library's warning and error handlers (every time).
+    CILImage();
+    // Copies the pixels; m_datavalid is true although nothing was computed.
+    CILImage(const CILImageBase& image);
+    // Copies pixels, statistics, display state, palette and the mask pointer
+    // (both images then share one mask). Not the display buffer or file name.
+    CILImage(const CILImage& image);
+    // As the copy constructor, but keeps the display buffer pointer (with size
+    // 0, so it is replaced on next use), the file name and the page number.
+    const CILImage& operator=(const CILImage& image);
+    // Frees the display buffer; the mask is not freed.
+    virtual ~CILImage();
+
+    // Histogram of the image over its mask (slot 2).
+    virtual bool Histogram(CILHistogram& hist);
+    // Fills a line profile; 1 on success, 0 on failure (slot 3).
+    virtual int lineProfile(CILLineProfile& profile);
+    // Cached statistics (RefreshImageStats). Each name pair shares one body.
+    virtual float Max();
+    virtual float Min();
+    virtual float getMax();
+    virtual float getMin();
+    virtual float nonZeroMax();
+    virtual float nonZeroMin();
+    virtual float getNonZeroMax();
+    virtual float getNonZeroMin();
+    virtual double Mean();
+    // Region statistics, optionally storing them as the cached values.
+    virtual EILSTATUS imageStats(tagImageStatsInfo* info, bool updateImage, const char* mask, int colStart,
+                                 int rowStart);
+    // Fill with a constant, then refresh the statistics and mark dirty.
+    virtual bool setConstData(double value);
+    virtual bool setConstData(int32_t value);
+    virtual bool isOverlay() { return false; }
+    virtual bool isGLBufferDirty() { return m_glBufferDirty; }
+    virtual void setGLBufferDirty() { m_glBufferDirty = true; }
+    virtual bool isGLRgbBuf() { return m_glRgbBuf != nullptr; }
+    // Colour table over the cached range (or the given one); marks dirty.
+    virtual void setColorTable(QOR_COLORTABLE_TYPES type);
+    virtual void setColorTable(QOR_COLORTABLE_TYPES type, double low, double high);
+    virtual void setCustomColorTable(SColorTable& table);
+    // The display pixels, rebuilt when dirty.
+    virtual void* getPixelsForGL(int flip);
+    virtual void setPalette(CILPalette palette);
+    virtual CILPalette* getPalette() { return &m_palette; }
+
+    // Copies width x height samples of `type` from `data`, then refreshes.
+    bool initWithData(QORDataTypes type, int32_t width, int32_t height, void* data);
+    // Converts the samples (as CILImageBase::ChangeType), then refreshes the
+    // statistics, marks dirty and drops the display buffer.
+    bool ChangeType(QORDataTypes target);
+    // Recomputes min, max, mean and non-zero extremes over all pixels or
+    // under the byte mask. A mask smaller than the image is refused: the
+    // cached values then stay as they were.
+    void RefreshImageStats();
+    // Takes the other image's pixels where the mask image is non-zero.
+    bool selectImageByMask(CILImage& pImgMask, CILImage& pOtherImg);
+
+    // Quarter turns, flips and mirrors; each refreshes the statistics of the
+    // image that received the pixels and marks it dirty (m_flipped untouched).
+    bool Flip(CILImage& dest);
+    bool Flip();
+    bool Mirror(CILImage& dest);
+    bool Mirror();
+    bool RotateLeft(CILImage& dest);
+    bool RotateLeft();
+    bool RotateRight(CILImage& dest);
+    bool RotateRight();
+
+    // Chooses RGB (6407) or RGBA (6408) display pixels, sizes the display
+    // buffer for it and marks the image dirty.
+    void setGLFormat(unsigned int format)
+    {
+        if (!((format == 6408) || (format == 6407)))
+            ILReportAssertion(L"(format == GL_RGBA) || (format == GL_RGB)", L"ImageLib/Headers/ILImage", __LINE__);
+        m_glFormat = format;
+        getGLRgbBuf(format);
+        m_glBufferDirty = true;
+    }
+    unsigned int getFormat() const { return m_glFormat; }
+    // Display pixels are always unsigned bytes (GL_UNSIGNED_BYTE).
+    unsigned int getType() const { return 5121; }
+
+    void setGamma(float gamma)
+    {
+        m_gamma = gamma;
+        m_glBufferDirty = true;
+    }
+    float getGamma() const { return m_gamma; }
+    float binningFactor() const { return m_binningFactor; }
+    void setBinningFactor(float factor) { m_binningFactor = factor; }
+    bool isFlipped() const { return m_flipped; }
+    void setFlipped(bool flipped) { m_flipped = flipped; }
+    // The mask is referred to, never owned: the caller keeps it alive.
+    CILROIObject* getImageMask() const { return m_ImageMask; }
+    void setImageMask(CILROIObject* mask) { m_ImageMask = mask; }
+    void set_max(float value) { m_max = value; }
+    void set_min(float value) { m_min = value; }
+    bool get_datavalid() const { return m_datavalid; }
+    void set_datavalid(bool valid) { m_datavalid = valid; }
+    QORImageTypes get_ImageDataType() const { return m_ImageDataType; }
+    void set_ImageDataType(QORImageTypes type) { m_ImageDataType = type; }
+    int getLensDistortionCorrected() const { return m_lensDistortionCorrected; }
+    void setLensDistortionCorrected(int corrected) { m_lensDistortionCorrected = corrected; }
+    bool isRGBImageFormat() const { return m_isRGBImageFormat; }
+    int currentImageNumber() const { return m_currentImageNumber; }
+
+protected:
+    // The display buffer for `format`, reallocated when its size no longer
+    // matches (never filled here). Null when nothing can be allocated or the
+    // size does not fit a signed 32-bit count.
+    unsigned char* getGLRgbBuf(unsigned int format);
+    // Adopts finished display pixels and clears the dirty flag. The adopted
+    // block is replaced (not reused) the next time a buffer is requested,
+    // since its size is not known.
+    void setGLRgbBuf(void* buffer, unsigned int format);
+
+    bool m_isRGBImageFormat = false;
+    int32_t m_currentImageNumber = 0;
+    std::string m_fileName;
+    bool m_datavalid = false;
+    float m_max = 0.0f;
+    float m_min = 0.0f;
+    float m_nonZeroMin = 0.0f;
+    float m_nonZeroMax = 0.0f;
+    QORImageTypes m_ImageDataType = eImageTypeUnknown;
+    float m_binningFactor = 1.0f;
+    float m_gamma = 1.0f;
+    double m_mean = 0.0;
+    bool m_flipped = false;
+    bool m_glBufferDirty = true;
+    unsigned char* m_glRgbBuf = nullptr;
+    uint32_t m_glRgbBufSize = 0;
+    uint32_t m_glFormat = 6407;  // GL_RGB
+    CILROIObject* m_ImageMask = nullptr;
+    CILPalette m_palette;
+    int32_t m_lensDistortionCorrected = 0;
+
+private:
+    void copyFnForOpOvld(const CILImage& source);
+    void copyDisplayState(const CILImage& image);
+    // Refreshes the statistics of `target` and marks it dirty when `ok`.
+    static bool refreshed(CILImage& target, bool ok);
+    void releaseGLRgbBuf();
+
+    bool m_glRgbBufAdopted = false;
+};
+
+// A CILImage that adds nothing; it exists for the application's sake.
+class IMAGELIB_API ImageWrapper : public CILImage {
+public:
+    ImageWrapper() : CILImage() {}
+    ImageWrapper(const CILImage& image) : CILImage(image) {}
+    ImageWrapper& operator=(const CILImage& image)
+    {
+        CILImage::operator=(image);
+        return *this;
+    }
+    virtual ~ImageWrapper();
+};
+
+#endif

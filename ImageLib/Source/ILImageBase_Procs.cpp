@@ -1,0 +1,192 @@
+// ILImageBase_Procs.cpp - rearrangements of the pixel grid (flip, mirror,
+// quarter turns) and the merge of two images under a mask.
+//
+// Rearrangements move whole samples by their size, never by their type, so a
+// float or double sample travels bit for bit.
+#include "ILImageBase.h"
+#include "ILImageBase_templates.h"
+#include "ILInternal.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#define IL_ASSERT_SOURCE L"ImageLib/Source/ILImageBase_Procs"
+
+namespace {
+
+// An unsigned integer of the sample's size: samples are moved as raw bits.
+template <size_t Size> struct RawSample;
+template <> struct RawSample<1> { typedef uint8_t type; };
+template <> struct RawSample<2> { typedef uint16_t type; };
+template <> struct RawSample<4> { typedef uint32_t type; };
+template <> struct RawSample<8> { typedef uint64_t type; };
+
+// Calls kernel with the raw sample type of the image's sample size; false for
+// an unknown type.
+template <typename Kernel>
+bool dispatchSampleSize(int32_t type, Kernel&& kernel)
+{
+    return ILDispatchSampleType(type, [&](auto tag) {
+        using T = typename decltype(tag)::type;
+        kernel(ILSampleTag<typename RawSample<sizeof(T)>::type>());
+    });
+}
+
+template <typename S>
+void mirrorRows(const S* src, S* dst, size_t width, size_t height)
+{
+    for (size_t y = 0; y < height; ++y) {
+        const S* in = src + y * width;
+        S* out = dst + y * width;
+        for (size_t j = 0; j < width; ++j) out[j] = in[width - 1 - j];
+    }
+}
+
+// Source (x, y) goes to (y, W-1-x) turning left and to (H-1-y, x) turning
+// right; the destination is H samples wide.
+template <typename S>
+void quarterTurn(const S* src, S* dst, size_t width, size_t height, bool right)
+{
+    for (size_t y = 0; y < height; ++y) {
+        const S* in = src + y * width;
+        if (right) {
+            S* out = dst + (height - 1 - y);
+            for (size_t x = 0; x < width; ++x, out += height) *out = in[x];
+        } else {
+            S* out = dst + (width - 1) * height + y;
+            for (size_t x = 0; x < width; ++x, out -= height) *out = in[x];
+        }
+    }
+}
+
+bool isKnownType(int32_t type) { return type >= eByte && type <= eDouble; }
+
+} // namespace
+
+bool CILImageBase::Flip_core(void* dest)
+{
+    if (!hasPixels() || !dest) return false;
+    if (!isKnownType(m_datatype)) return true;  // nothing to do
+    const size_t rowBytes = static_cast<size_t>(m_width) * get_reqsizefortype(m_datatype);
+    unsigned char* out = static_cast<unsigned char*>(dest);
+    for (size_t i = 0; i < m_height; ++i)
+        std::memcpy(out + i * rowBytes, m_data + (m_height - 1 - i) * rowBytes, rowBytes);
+    return true;
+}
+
+bool CILImageBase::Mirror_core(void* dest)
+{
+    if (!hasPixels() || !dest) return false;
+    dispatchSampleSize(m_datatype, [&](auto tag) {
+        using S = typename decltype(tag)::type;
+        mirrorRows(reinterpret_cast<const S*>(m_data), static_cast<S*>(dest), m_width, m_height);
+    });
+    return true;
+}
+
+bool CILImageBase::Rotate_LR_core(unsigned int newWidth, unsigned int newHeight, void* dest, int direction)
+{
+    if (newWidth != m_height || newHeight != m_width) return false;
+    if (!hasPixels() || !dest) return false;
+    dispatchSampleSize(m_datatype, [&](auto tag) {
+        using S = typename decltype(tag)::type;
+        quarterTurn(reinterpret_cast<const S*>(m_data), static_cast<S*>(dest), m_width, m_height, direction != 0);
+    });
+    return true;
+}
+
+bool CILImageBase::Flip(CILImageBase& dest)
+{
+    if (&dest == this) return Flip(static_cast<void*>(nullptr));
+    if (!dest.InitWithType(m_datatype, static_cast<int32_t>(m_width), static_cast<int32_t>(m_height))) return false;
+    return Flip_core(dest.m_data);
+}
+
+bool CILImageBase::Flip(void* dest)
+{
+    if (dest) return Flip_core(dest);
+    if (!hasPixels()) return false;
+    if (!isKnownType(m_datatype)) return true;
+    CILImageBase flipped;
+    if (!flipped.InitWithType(m_datatype, static_cast<int32_t>(m_width), static_cast<int32_t>(m_height)))
+        return false;
+    if (!Flip_core(flipped.m_data)) return false;
+    std::memcpy(m_data, flipped.m_data, m_sizeinbytes);
+    return true;
+}
+
+bool CILImageBase::Mirror(CILImageBase& dest)
+{
+    if (&dest == this) return Mirror(static_cast<void*>(nullptr));
+    if (!dest.InitWithType(m_datatype, static_cast<int32_t>(m_width), static_cast<int32_t>(m_height))) return false;
+    return Mirror_core(dest.m_data);
+}
+
+bool CILImageBase::Mirror(void* dest)
+{
+    if (!hasPixels()) return false;
+    if (!isKnownType(m_datatype)) return true;
+    const size_t bytes = pixelCount() * get_reqsizefortype(m_datatype);
+    void* target = dest ? dest : std::malloc(bytes ? bytes : 1);
+    if (!target) return false;
+    const bool ok = Mirror_core(target);
+    // A caller's buffer is copied back too: image and buffer both end up mirrored.
+    if (ok) std::memcpy(m_data, target, bytes);
+    if (!dest) std::free(target);
+    return ok;
+}
+
+bool CILImageBase::rotateInto(CILImageBase& dest, int direction)
+{
+    if (&dest == this) return rotateInPlace(direction);
+    if (!dest.InitWithType(m_datatype, static_cast<int32_t>(m_height), static_cast<int32_t>(m_width))) return false;
+    return Rotate_LR_core(m_height, m_width, dest.m_data, direction);
+}
+
+bool CILImageBase::rotateInPlace(int direction)
+{
+    if (!hasPixels()) return false;
+    if (!isKnownType(m_datatype)) return true;
+    CILImageBase turned;
+    if (!turned.InitWithType(m_datatype, static_cast<int32_t>(m_height), static_cast<int32_t>(m_width)))
+        return false;
+    if (!Rotate_LR_core(m_height, m_width, turned.m_data, direction)) return false;
+    if (!InitWithType(m_datatype, static_cast<int32_t>(turned.m_width), static_cast<int32_t>(turned.m_height)))
+        return false;
+    std::memcpy(m_data, turned.m_data, m_sizeinbytes);
+    return true;
+}
+
+bool CILImageBase::RotateLeft(CILImageBase& dest) { return rotateInto(dest, 0); }
+bool CILImageBase::RotateLeft() { return rotateInPlace(0); }
+bool CILImageBase::RotateRight(CILImageBase& dest) { return rotateInto(dest, 1); }
+bool CILImageBase::RotateRight() { return rotateInPlace(1); }
+
+bool CILImageBase::selectImageByMask(CILImageBase& pImgMask, CILImageBase& pOtherImg)
+{
+    if (m_width != pImgMask.m_width || m_width != pOtherImg.m_width || m_height != pImgMask.m_height ||
+        m_height != pOtherImg.m_height)
+        return false;
+    if (!hasPixels() || !pImgMask.hasPixels() || !pOtherImg.hasPixels()) return false;
+    IL_ASSERT(pImgMask.m_datatype == eByte);
+    IL_ASSERT(m_datatype == pOtherImg.m_datatype);
+    if (!isKnownType(m_datatype)) return false;
+    const size_t count = pixelCount();
+    // The other image is read with this image's sample size; one whose buffer
+    // is too small for that (another, smaller type) is refused. The mask image
+    // is read as one byte per pixel, which any sample type holds.
+    if (pOtherImg.m_allocatedBytes < count * CILImageBase::get_reqsizefortype(m_datatype)) return false;
+    return dispatchSampleSize(m_datatype, [&](auto tag) {
+        using S = typename decltype(tag)::type;
+        const unsigned char* mask = pImgMask.m_data;
+        const S* other = reinterpret_cast<const S*>(pOtherImg.m_data);
+        S* samples = reinterpret_cast<S*>(m_data);
+        for (size_t i = 0; i < count; ++i)
+            if (mask[i] != 0) samples[i] = other[i];
+    });
+}
+
+bool CILImageBase::selectImageByMask(CILImageBase&, CILImageBase&, CILImageBase&)
+{
+    return false;
+}
