@@ -8,7 +8,10 @@ JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 BUILD_DIR ?= build
 SANITIZE_DIR ?= build-sanitize
 
-.PHONY: all deps demo test test-sanitize clean
+FUZZ_DIR ?= build-fuzz
+FUZZ_SECONDS ?= 60
+
+.PHONY: all deps demo test test-sanitize fuzz clean
 
 all: test
 
@@ -33,5 +36,17 @@ test-sanitize: deps
 	UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
 	ctest --test-dir $(SANITIZE_DIR) --output-on-failure -j $(JOBS)
 
+# Builds the TIFF loader fuzzer with clang and runs it for FUZZ_SECONDS on a
+# seed corpus made by the same tools as the test files. Crashes land in
+# $(FUZZ_DIR)/crashes; copy them to fuzz/regressions to replay them in the tests.
+fuzz: deps
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DIMAGELIB_FUZZ=ON -DBUILD_TESTING=OFF
+	cmake --build $(FUZZ_DIR) --target tiff_loader_fuzzer -j $(JOBS)
+	tests/tiff/make-tiff-corpus.sh $(FUZZ_DIR)/seeds >/dev/null
+	mkdir -p $(FUZZ_DIR)/corpus $(FUZZ_DIR)/crashes
+	ASAN_OPTIONS=halt_on_error=1:detect_leaks=1 \
+	$(FUZZ_DIR)/fuzz/tiff_loader_fuzzer -max_total_time=$(FUZZ_SECONDS) -max_len=65536 -rss_limit_mb=2048 \
+	  -artifact_prefix=$(FUZZ_DIR)/crashes/ -print_final_stats=1 $(FUZZ_DIR)/corpus $(FUZZ_DIR)/seeds
+
 clean:
-	rm -rf $(BUILD_DIR) $(SANITIZE_DIR)
+	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(FUZZ_DIR)

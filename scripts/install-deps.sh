@@ -8,8 +8,10 @@ packages=(
   g++ make cmake pkg-config
   # the library's own dependency
   libtiff-dev
-  # tests
-  libgtest-dev
+  # tests: GoogleTest, and independent tools that make and check TIFF files
+  libgtest-dev libtiff-tools imagemagick
+  # fuzzing the TIFF loader (clang's libFuzzer runtime)
+  clang libclang-rt-14-dev
 )
 packages+=("$@")
 

@@ -88,6 +88,33 @@ public:
     bool RotateRight(CILImage& dest);
     bool RotateRight();
 
+    // Reads page `page` (0-based) of a TIFF file into this image, choosing
+    // the sample type from the bits of a whole pixel (8-bit RGB becomes eLong,
+    // read through libtiff's RGBA reader: BGRA bytes, bottom row first, rows
+    // get_width() bytes apart). Strip pages are undone for orientation; tiled
+    // pages leave the buffer as allocated. False on any failure, silently.
+    bool LoadFromTIFFFile(const char* path, int page);
+    // Reads page `page` of the last loaded file into the existing buffer;
+    // returns get_data(), or null on failure.
+    const void* getFrameData(int page);
+    // Page count of the last loaded file (0 when it cannot be opened).
+    int getImageCount();
+    static int readImageCount(const char* path);
+    static bool isMultiPageImage(const char* path);
+    // Size and resolution of the FIRST page of the last loaded file, whatever
+    // page was read: -1 / 0 / 65535 / -1.0 when not available.
+    int32_t getImageWidth();
+    int32_t getImageHeight();
+    unsigned int getOriginalWidth();
+    unsigned int getOriginalHeight();
+    unsigned short getResolutionUnit();
+    float getXResolution();
+    float getYResolution();
+    // 1 when `path` is a TIFF file this library can read (a classic
+    // little-endian header is accepted without opening it with libtiff).
+    static int canInitFromFile(const char* path);
+    static int isImage(const char* path);
+
     // Chooses RGB (6407) or RGBA (6408) display pixels, sizes the display
     // buffer for it and marks the image dirty.
     void setGLFormat(unsigned int format)
@@ -158,6 +185,15 @@ protected:
     int32_t m_lensDistortionCorrected = 0;
 
 private:
+    bool InitFromTIFFFile(const char* path, int page);
+    // Copies `rows` rows of `rowBytes` bytes, skipping `destSkip` and
+    // `sourceSkip` bytes after each row.
+    void TileToStrip(unsigned char* dest, const unsigned char* source, int32_t rows, int32_t rowBytes, int destSkip,
+                     int sourceSkip);
+    // Steps shared by InitFromTIFFFile (reshape true) and getFrameData.
+    bool decodeTIFFPage(void* tiff, bool reshape);
+    void undoOrientation(unsigned short orientation);
+
     void copyFnForOpOvld(const CILImage& source);
     void copyDisplayState(const CILImage& image);
     // Refreshes the statistics of `target` and marks it dirty when `ok`.
