@@ -22,8 +22,9 @@ $(BUILD_DIR)/CMakeCache.txt:
 	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
 demo: deps $(BUILD_DIR)/CMakeCache.txt
-	cmake --build $(BUILD_DIR) --target ImageLib_demo -j $(JOBS)
-	$(BUILD_DIR)/examples/ImageLib_demo
+	cmake --build $(BUILD_DIR) --target imagelib-demo -j $(JOBS)
+	$(BUILD_DIR)/examples/imagelib-demo --input examples/data/sample16.tif \
+	  --bmp demo-output/rendering.bmp --tiff demo-output/samples.tif
 
 test: deps $(BUILD_DIR)/CMakeCache.txt
 	cmake --build $(BUILD_DIR) -j $(JOBS)

@@ -1,118 +1,202 @@
-// demo.cpp - ImageLib's main job on data it makes itself.
-//
-// Builds a test picture (a radial ramp with a bright spot and a dark band) in
-// every sample type, surveys it, converts it between types and prints the
-// results as a table.
+// imagelib-demo - ImageLib's main job on a TIFF file: load, survey, histogram,
+// map through a colour table, and write the rendering as BMP and the samples
+// as TIFF.
 #include <ImageLib.h>
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <sys/stat.h>
 #include <vector>
+
+#ifndef IMAGELIB_DEMO_SAMPLE
+#define IMAGELIB_DEMO_SAMPLE "sample16.tif"
+#endif
 
 namespace {
 
-const int kWidth = 257;   // odd sides on purpose: no row is a multiple of 4 bytes
-const int kHeight = 129;
+struct Options {
+    std::string input = IMAGELIB_DEMO_SAMPLE;
+    std::string table = "rainbow";
+    bool autoRange = true;
+    double low = 0.0, high = 0.0;
+    float gamma = 1.0f;
+    std::string bmp = "demo-output/rendering.bmp";
+    std::string tiff = "demo-output/samples.tif";
+    int bins = 16;
+};
 
-// The test picture as doubles: a ramp from -1000 to 70000 with a hot spot.
-std::vector<double> makePicture()
+struct NamedTable {
+    const char* name;
+    QOR_COLORTABLE_TYPES type;
+};
+
+const NamedTable kTables[] = {
+    {"grey", eClutGrey},
+    {"rainbow", eClutRainbow},
+    {"dark-red-yellow", eClutDarkRedToYellow},
+    {"black-red-yellow-blue", eClutBlackRedYellowBlue},
+    {"blue-red-green", eClutBlueRedGreen},
+    {"black-orange-green-blue", eClutBlackOrangeGreenBlue},
+    {"navy-green-yellow-white", eClutNavyGreenYellowWhite},
+    {"spectrum", eClutSpectrumToBlack},
+    {"white-red", eClutWhiteToRed},
+    {"white-blue", eClutWhiteToBlue},
+    {"fire", eClutBlackBlueGreenRedYellow},
+    {"black-green-blue-magenta", eClutBlackGreenBlueMagenta},
+    {"black-blue-green-red", eClutBlackBlueGreenRed},
+    {"jet", eClutBlueCyanYellowRed},
+};
+
+void usage(FILE* out)
 {
-    std::vector<double> values(static_cast<size_t>(kWidth) * kHeight);
-    for (int y = 0; y < kHeight; ++y) {
-        for (int x = 0; x < kWidth; ++x) {
-            const double dx = x - kWidth / 2.0, dy = y - kHeight / 2.0;
-            double v = 71000.0 * (1.0 - std::sqrt(dx * dx + dy * dy) / 144.0) - 1000.0;
-            if (y >= 60 && y < 64) v = 0.0;                        // dark band
-            if (std::abs(x - 200) < 3 && std::abs(y - 30) < 3) v = 99999.5;  // hot spot
-            values[static_cast<size_t>(y) * kWidth + x] = v;
+    std::fprintf(out,
+                 "usage: imagelib-demo [options]\n"
+                 "  --input FILE     TIFF file to load (default: the shipped sample)\n"
+                 "  --table NAME     colour table (default: rainbow); one of:\n"
+                 "                  ");
+    for (const NamedTable& t : kTables) std::fprintf(out, " %s", t.name);
+    std::fprintf(out,
+                 "\n"
+                 "  --range LO:HI    display range (default: the image's minimum and maximum)\n"
+                 "  --gamma G        display gamma (default: 1)\n"
+                 "  --bins N         histogram bins (default: 16)\n"
+                 "  --bmp FILE       where to write the rendering (default: demo-output/rendering.bmp)\n"
+                 "  --tiff FILE      where to write the samples (default: demo-output/samples.tif)\n"
+                 "  --help           this text\n");
+}
+
+bool parse(int argc, char** argv, Options& o)
+{
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        const bool hasValue = i + 1 < argc;
+        if (arg == "--help" || arg == "-h") {
+            usage(stdout);
+            std::exit(0);
+        } else if (arg == "--input" && hasValue) {
+            o.input = argv[++i];
+        } else if (arg == "--table" && hasValue) {
+            o.table = argv[++i];
+        } else if (arg == "--range" && hasValue) {
+            if (std::sscanf(argv[++i], "%lf:%lf", &o.low, &o.high) != 2) return false;
+            o.autoRange = false;
+        } else if (arg == "--gamma" && hasValue) {
+            o.gamma = std::strtof(argv[++i], nullptr);
+            if (!(o.gamma > 0.0f)) return false;
+        } else if (arg == "--bins" && hasValue) {
+            o.bins = std::atoi(argv[++i]);
+            if (o.bins < 1 || o.bins > 4096) return false;
+        } else if (arg == "--bmp" && hasValue) {
+            o.bmp = argv[++i];
+        } else if (arg == "--tiff" && hasValue) {
+            o.tiff = argv[++i];
+        } else {
+            return false;
         }
     }
-    return values;
+    return true;
 }
 
 const char* typeName(QORDataTypes type)
 {
     switch (type) {
-    case eByte: return "byte";
-    case eUShort: return "ushort";
-    case eLong: return "long";
-    case eFloat: return "float";
-    case eDouble: return "double";
-    default: return "?";
+    case eByte: return "8-bit unsigned";
+    case eUShort: return "16-bit unsigned";
+    case eLong: return "32-bit signed";
+    case eFloat: return "32-bit float";
+    case eDouble: return "64-bit float";
+    default: return "unknown";
     }
 }
 
-void printSurvey(const char* label, CILImageBase& image)
+void makeParentDirectory(const std::string& path)
 {
-    float mn = 0, mx = 0, nzMin = 0, nzMax = 0;
-    double mean = 0;
-    if (!image.getMinMax(&mn, &mx, &mean, nullptr, &nzMin, &nzMax)) {
-        std::printf("%-28s  (no data)\n", label);
+    const size_t slash = path.find_last_of('/');
+    if (slash != std::string::npos && slash > 0) mkdir(path.substr(0, slash).c_str(), 0755);
+}
+
+void printHistogram(CILImage& image, int bins)
+{
+    CILHistogram histogram;
+    histogram.setMaxBins(static_cast<uint64_t>(bins));
+    if (!image.Histogram(histogram)) {
+        std::printf("histogram: not available\n");
         return;
     }
-    std::printf("%-28s %-7s %12.2f %12.2f %14.3f %12.2f %12.2f\n", label, typeName(image.get_datatype()), mn, mx,
-                mean, nzMin, nzMax);
+    std::vector<int32_t> counts(static_cast<size_t>(bins));
+    histogram.getData(eLong, counts.data());
+    int32_t largest = 1;
+    int64_t total = 0;
+    for (int32_t c : counts) {
+        largest = c > largest ? c : largest;
+        total += c;
+    }
+    std::printf("histogram (%d bins over %.0f .. %.0f, %lld pixels):\n", bins, image.Min(), image.Max(),
+                static_cast<long long>(total));
+    for (int b = 0; b < bins; ++b) {
+        float from = 0;
+        image.getImageValueForHistogramIndex(static_cast<uint32_t>(bins), static_cast<float>(b), &from, image.Max(),
+                                             image.Min(), nullptr);
+        const int bar = static_cast<int>(40.0 * counts[b] / largest + 0.5);
+        std::printf("  %9.1f  %7d  %s\n", from, counts[b], std::string(static_cast<size_t>(bar), '#').c_str());
+    }
 }
 
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
-    const std::vector<double> picture = makePicture();
-    CILImageBase master;
-    if (!master.setImageData(picture.data(), eDouble, kWidth, kHeight, true)) return 1;
-
-    std::printf("ImageLib demo: a %dx%d test picture in every sample type\n\n", kWidth, kHeight);
-    std::printf("%-28s %-7s %12s %12s %14s %12s %12s\n", "image", "type", "min", "max", "mean", "nz-min", "nz-max");
-
-    const QORDataTypes types[] = {eDouble, eFloat, eLong, eUShort, eByte};
-    for (QORDataTypes type : types) {
-        CILImageBase image(master);
-        if (!image.ChangeType(type)) return 2;
-        char label[64];
-        std::snprintf(label, sizeof label, "picture as %s", typeName(type));
-        printSurvey(label, image);
+    Options options;
+    if (!parse(argc, argv, options)) {
+        std::fprintf(stderr, "imagelib-demo: bad arguments (see --help)\n");
+        return 2;
+    }
+    const NamedTable* table = nullptr;
+    for (const NamedTable& t : kTables)
+        if (options.table == t.name) table = &t;
+    if (!table) {
+        std::fprintf(stderr, "imagelib-demo: unknown colour table '%s' (see --help)\n", options.table.c_str());
+        return 2;
     }
 
-    // Conversion is a plain cast: narrowing wraps around instead of saturating.
-    CILImageBase narrowed(master);
-    narrowed.ChangeType(eUShort);
-    narrowed.ChangeType(eByte);
-    printSurvey("double -> ushort -> byte", narrowed);
-    CILImageBase widened(narrowed);
-    widened.ChangeType(eFloat);
-    printSurvey("... -> float again", widened);
-
-    // A survey under a byte mask: only the left half takes part.
-    std::vector<char> mask(static_cast<size_t>(kWidth) * kHeight, 0);
-    for (int y = 0; y < kHeight; ++y)
-        for (int x = 0; x < kWidth / 2; ++x) mask[static_cast<size_t>(y) * kWidth + x] = 1;
-    float mn = 0, mx = 0;
-    double mean = 0;
-    master.getMinMax(&mn, &mx, &mean, mask.data(), nullptr, nullptr);
-    std::printf("%-28s %-7s %12.2f %12.2f %14.3f\n", "double, left half (mask)", "double", mn, mx, mean);
-
-    // Display mapping: the 16-bit picture as a CILImage, its cached range
-    // driving a few colour tables; three probe values per table.
-    CILImage display(master);
-    display.ChangeType(eUShort);
-    std::printf("\n%-30s %-18s %-18s %-18s\n", "colour table (cached range)", "at min", "at middle", "at max");
-    const QOR_COLORTABLE_TYPES tables[] = {eClutGrey, eClutRainbow, eClutSpectrumToBlack, eClutBlueCyanYellowRed,
-                                           eClutRedAlpha};
-    const char* tableNames[] = {"grey", "rainbow", "spectrum to black", "blue-cyan-yellow-red", "red alpha"};
-    for (int t = 0; t < 5; ++t) {
-        display.setColorTable(tables[t]);
-        CILPalette* palette = display.getPalette();
-        const double probes[] = {display.getMin(), (display.getMin() + display.getMax()) / 2.0, display.getMax()};
-        std::printf("%-30s", tableNames[t]);
-        for (double value : probes) {
-            double r = 0, g = 0, b = 0, a = 0;
-            palette->GetRGBForImageValue(value, &r, &g, &b, &a);
-            char cell[32];
-            std::snprintf(cell, sizeof cell, "%3.0f,%3.0f,%3.0f/%3.0f", r, g, b, a);
-            std::printf(" %-18s", cell);
-        }
-        std::printf("\n");
+    CILImage image;
+    if (!CILImage::canInitFromFile(options.input.c_str()) || !image.LoadFromTIFFFile(options.input.c_str(), 0)) {
+        std::fprintf(stderr, "imagelib-demo: cannot read '%s' as a TIFF image\n", options.input.c_str());
+        return 1;
     }
+    image.RefreshImageStats();
+    std::printf("input:     %s (page 1 of %d)\n", options.input.c_str(), image.getImageCount());
+    std::printf("image:     %u x %u, %s%s\n", image.get_width(), image.get_height(), typeName(image.get_datatype()),
+                image.isRGBImageFormat() ? " (packed RGB)" : "");
+    std::printf("values:    min %.2f  max %.2f  mean %.3f  (non-zero min %.2f)\n", image.Min(), image.Max(),
+                image.Mean(), image.nonZeroMin());
+    printHistogram(image, options.bins);
+
+    const double low = options.autoRange ? image.Min() : options.low;
+    const double high = options.autoRange ? image.Max() : options.high;
+    image.setColorTable(table->type, low, high);
+    image.setGamma(options.gamma);
+    tagQORDisplayRange ticks;
+    getNiceRangeForDisplay(low, high, 5, &ticks);
+    std::printf("display:   table %s over %.2f .. %.2f, gamma %.2f; axis ticks every %g from %g\n", table->name, low,
+                high, options.gamma, ticks.majorStep, ticks.firstTick);
+
+    makeParentDirectory(options.bmp);
+    makeParentDirectory(options.tiff);
+    const int32_t bmp = image.saveAsBMP(options.bmp.c_str());
+    if (bmp != 1) {
+        std::fprintf(stderr, "imagelib-demo: could not write '%s' (code %d)\n", options.bmp.c_str(), bmp);
+        return 1;
+    }
+    const int32_t tiff = image.saveAsTIFF(options.tiff.c_str());
+    if (tiff != 1) {
+        std::fprintf(stderr, "imagelib-demo: could not write '%s'\n", options.tiff.c_str());
+        return 1;
+    }
+    std::printf("wrote:     %s (display rendering, 24-bit BMP)\n", options.bmp.c_str());
+    std::printf("wrote:     %s (samples, LZW TIFF)\n", options.tiff.c_str());
     return 0;
 }

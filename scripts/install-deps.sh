@@ -7,9 +7,11 @@ packages=(
   # toolchain
   g++ make cmake pkg-config
   # the library's own dependency
-  libtiff-dev
+  libtiff-dev libopengl-dev libgl-dev
   # tests: GoogleTest, and independent tools that make and check TIFF files
   libgtest-dev libtiff-tools imagemagick
+  # an offscreen OpenGL context for the drawing tests (EGL on Mesa's software renderer)
+  libegl-dev libegl-mesa0 libgl1-mesa-dri
   # fuzzing the TIFF loader (clang's libFuzzer runtime)
   clang libclang-rt-14-dev
 )

@@ -60,10 +60,19 @@ public:
     virtual void setColorTable(QOR_COLORTABLE_TYPES type);
     virtual void setColorTable(QOR_COLORTABLE_TYPES type, double low, double high);
     virtual void setCustomColorTable(SColorTable& table);
-    // The display pixels, rebuilt when dirty.
+    // The display pixels (RGB or RGBA bytes through gamma and palette),
+    // rebuilt only when dirty; flip non-zero delivers the last row first.
+    // A pixel the palette writes nothing for repeats the previous pixel.
     virtual void* getPixelsForGL(int flip);
     virtual void setPalette(CILPalette palette);
     virtual CILPalette* getPalette() { return &m_palette; }
+    // Draws the display pixels with glDrawPixels at the current raster
+    // position of the caller's OpenGL context (flip as in getPixelsForGL).
+    virtual void display(int flip);
+
+    // Grey RGB bytes into `out` (3 x width x height): each sample scaled from
+    // Min()..Max() to 0..255 and cut to its low 8 bits (no clamping).
+    bool getPixelsForShader(unsigned char* out, int flip);
 
     // Copies width x height samples of `type` from `data`, then refreshes.
     bool initWithData(QORDataTypes type, int32_t width, int32_t height, void* data);
@@ -87,6 +96,31 @@ public:
     bool RotateLeft();
     bool RotateRight(CILImage& dest);
     bool RotateRight();
+
+    // Pastes every overlay pixel whose alpha is non-zero onto this image's
+    // display pixels (the overlay stretched by nearest sample). The result
+    // stays in the display buffer; the dirty flag is not changed.
+    bool overlay(CILImage* pOverlayImage, int flip);
+    // A copy of `base` with the overlay pasted on.
+    static CILImage overlay(CILImage* base, CILImage* pOverlayImage, int flip);
+    // Mixes the blend image's display pixels in by `alpha` (and by each
+    // pixel's alpha when its palette has alpha); transparent pixels are kept.
+    bool blend(CILImage* pBlendImage, float alpha, int flip);
+    static CILImage blend(CILImage* base, CILImage* pBlendImage, float alpha, int flip);
+
+    // The display colours as a 24-bit bottom-up BMP in `buffer`. Returns the
+    // total size (only computed when `buffer` is null), -1 for an empty
+    // image, -2 for a buffer too small, 54 when no display pixels exist.
+    int32_t getBMPRepresentation(unsigned char* buffer, uint32_t size);
+    // Writes the BMP: 1, or -1 empty image, -2 out of memory, -3 cannot open,
+    // -4 incomplete representation.
+    int32_t saveAsBMP(const char* path);
+    // Writes the samples as a one-page LZW TIFF in the image's own type: 1 or -1.
+    int32_t saveAsTIFF(const char* path);
+    // Reshapes to columns x rows of the type for `bitsAllocated` (<= 8 byte,
+    // <= 16 ushort, <= 32 long, above that the value itself as the type
+    // number) and copies the caller's pixels.
+    bool InitFromDICOMFile(char* pixels, unsigned int rows, unsigned int columns, unsigned int bitsAllocated);
 
     // Reads page `page` (0-based) of a TIFF file into this image, choosing
     // the sample type from the bits of a whole pixel (8-bit RGB becomes eLong,
@@ -193,6 +227,10 @@ private:
     // Steps shared by InitFromTIFFFile (reshape true) and getFrameData.
     bool decodeTIFFPage(void* tiff, bool reshape);
     void undoOrientation(unsigned short orientation);
+
+    // The frame shared by overlay and blend: both display buffers, checked to
+    // hold what will be read; false when either is missing.
+    bool prepareCombination(CILImage* other, int flip, unsigned char** baseOut, const unsigned char** otherOut);
 
     void copyFnForOpOvld(const CILImage& source);
     void copyDisplayState(const CILImage& image);

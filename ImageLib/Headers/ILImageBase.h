@@ -109,6 +109,19 @@ public:
     // outputs with no eligible pixel keep the buffer's first sample.
     bool getMinMax(float* min, float* max, double* mean, char* mask, float* nonZeroMin, float* nonZeroMax);
 
+    // Zeroes `binCount` counters and counts each masked sample v into bin
+    // floor((v - rangeMin) * ((binCount - 1) / (rangeMax - rangeMin))) (single
+    // precision); samples outside the bins are DROPPED, v == rangeMax is the last
+    // bin. Range 0, 0 takes the masked extremes: a constant image counts nothing.
+    // False for a failed survey, binCount 0, null `counts`, no data, unknown type.
+    bool getHistogram(int32_t* counts, uint64_t binCount, float rangeMin, float rangeMax, char* mask);
+    // The inverse of getHistogram: the value (possibly fractional) bin
+    // `binIndex` stands for. NOTE the range order: MAXIMUM first, unlike
+    // getHistogram. 0, 0 takes the masked extremes; binCount 1 divides by 0
+    // (infinity or NaN). False for binCount 0, a failed survey or null `value`.
+    bool getImageValueForHistogramIndex(uint32_t binCount, float binIndex, float* value, float rangeMax,
+                                        float rangeMin, char* mask);
+
     // Reverses the order of the rows into `dest` (re-shaped to this image).
     bool Flip(CILImageBase& dest);
     // Into a raw buffer of width x height samples, or in place when null.

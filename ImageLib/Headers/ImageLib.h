@@ -6,6 +6,7 @@
 #include "ILTypes.h"
 #include "ILImageBase.h"
 #include "IL1DData.h"
+#include "ILHistogram.h"
 #include "ILDisplayRange.h"
 #include "ILROIObject.h"
 #include "ILPalette.h"

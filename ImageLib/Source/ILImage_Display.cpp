@@ -1,0 +1,117 @@
+// ILImage_Display.cpp - display pixels of a CILImage and drawing them.
+#include "ILImage.h"
+#include "ILImageBase_templates.h"
+#include "ILInternal.h"
+
+#include <GL/gl.h>
+
+#include <cmath>
+
+#define IL_ASSERT_SOURCE L"ImageLib/Source/ILImage"
+
+namespace {
+
+// The gamma curve through the palette's range: v -> ((v-lo)/(hi-lo))^(1/g)
+// scaled back to lo..hi. Identity when gamma is 1.
+struct GammaCurve {
+    bool active;
+    double lo, hi, inverseGamma;
+    double operator()(double v) const
+    {
+        if (!active) return v;
+        return std::pow((v - lo) / (hi - lo), inverseGamma) * (hi - lo) + lo;
+    }
+};
+
+// False when gamma is in force but the palette's range is empty.
+bool makeGammaCurve(float gamma, const CILPalette& palette, GammaCurve& curve)
+{
+    curve.active = (gamma != 1.0f);
+    curve.lo = palette.getImageMin();
+    curve.hi = palette.getImageMax();
+    curve.inverseGamma = 1.0 / gamma;
+    return !(curve.active && CILPalette::doublecomp(curve.hi, curve.lo) == 0);
+}
+
+unsigned char lowByte(double v) { return static_cast<unsigned char>(ILTruncToInt32(v)); }
+
+// Visits every sample as a double, rows from the first or (flip) the last.
+template <typename T, typename Visit>
+void visitRows(const unsigned char* data, uint32_t width, uint32_t height, int flip, Visit&& visit)
+{
+    const T* samples = reinterpret_cast<const T*>(data);
+    for (uint32_t i = 0; i < height; ++i) {
+        const uint32_t row = flip ? height - 1 - i : i;
+        const T* in = samples + static_cast<size_t>(row) * width;
+        for (uint32_t x = 0; x < width; ++x) visit(static_cast<double>(in[x]));
+    }
+}
+
+} // namespace
+
+void* CILImage::getPixelsForGL(int flip)
+{
+    if (!m_glBufferDirty) return m_glRgbBuf;
+    GammaCurve gamma;
+    if (!makeGammaCurve(m_gamma, m_palette, gamma)) return nullptr;
+    unsigned char* out = getGLRgbBuf(m_glFormat);
+    if (!out) return nullptr;
+    if (!hasPixels()) return out;
+    const bool rgba = (m_glFormat == 6408);
+    // Outputs the palette leaves unwritten repeat the previous pixel's.
+    double r = 0.0, g = 0.0, b = 0.0, a = 255.0;
+    const bool known = ILDispatchSampleType(m_datatype, [&](auto tag) {
+        using T = typename decltype(tag)::type;
+        visitRows<T>(m_data, m_width, m_height, flip, [&](double v) {
+            m_palette.GetRGBForImageValue(gamma(v), &r, &g, &b, &a);
+            *out++ = lowByte(r);
+            *out++ = lowByte(g);
+            *out++ = lowByte(b);
+            if (rgba) *out++ = lowByte(a);
+        });
+    });
+    if (!known) return m_glRgbBuf;
+    m_glBufferDirty = false;
+    return m_glRgbBuf;
+}
+
+bool CILImage::getPixelsForShader(unsigned char* out, int flip)
+{
+    GammaCurve gamma;
+    if (!makeGammaCurve(m_gamma, m_palette, gamma)) return false;
+    if (!out || !hasPixels()) return false;
+    const float range = Max() - Min();
+    const double low = Min();
+    return ILDispatchSampleType(m_datatype, [&](auto tag) {
+        using T = typename decltype(tag)::type;
+        visitRows<T>(m_data, m_width, m_height, flip, [&](double v) {
+            const unsigned char grey = lowByte((gamma(v) - low) * 255.0 / range);
+            *out++ = grey;
+            *out++ = grey;
+            *out++ = grey;
+        });
+    });
+}
+
+void CILImage::display(int flip)
+{
+    const void* pixels = getPixelsForGL(flip);
+    if (!pixels) return;
+    // Draw only what the buffer holds: a cache left over from another size
+    // (the sides changed through the base class) is not read past its end.
+    const uint64_t channels = (m_glFormat == 6408) ? 4 : 3;
+    const uint64_t needed = channels * m_width * m_height;
+    if (!m_glRgbBufAdopted && needed > m_glRgbBufSize) return;
+
+    // Rows are packed without padding: unpack byte by byte, and give the
+    // caller back its pixel-store state.
+    glPushClientAttrib(GL_CLIENT_PIXEL_STORE_BIT);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
+    glPixelStorei(GL_UNPACK_SKIP_ROWS, 0);
+    glPixelStorei(GL_UNPACK_SKIP_PIXELS, 0);
+    glPixelStorei(GL_UNPACK_SWAP_BYTES, GL_FALSE);
+    glDrawPixels(static_cast<GLsizei>(m_width), static_cast<GLsizei>(m_height), m_glFormat, GL_UNSIGNED_BYTE,
+                 pixels);
+    glPopClientAttrib();
+}
