@@ -11,6 +11,7 @@ tiffcp=${TIFFCP:-tiffcp}
 tiffset=${TIFFSET:-tiffset}
 mkdir -p "$out"
 cd "$out"
+rm -f .complete
 
 size=37x23   # odd, non-square: no row is a multiple of 4 bytes
 im() { "$convert" -size "$size" "$@"; }
@@ -79,3 +80,5 @@ cp grey16.tif odd-bits16.tif
 "$tiffset" -s 258 24 odd-bits16.tif
 printf 'not a tiff file at all' > text.tif
 printf 'II*\0' > tiny.tif
+# Readers wait for this mark: the corpus is complete.
+touch .complete
