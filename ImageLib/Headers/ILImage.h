@@ -149,6 +149,14 @@ public:
     static int canInitFromFile(const char* path);
     static int isImage(const char* path);
 
+    // ---- arithmetic wrappers ----
+
+    // ---- geometry wrappers ----
+
+    // ---- filter wrappers ----
+
+    // ---- region and measurement wrappers ----
+
     // Chooses RGB (6407) or RGBA (6408) display pixels, sizes the display
     // buffer for it and marks the image dirty.
     void setGLFormat(unsigned int format)

@@ -146,6 +146,14 @@ public:
     // Declared three-image form: does nothing and answers false.
     bool selectImageByMask(CILImageBase& pImgMask, CILImageBase& pOtherImg, CILImageBase& pThird);
 
+    // ---- arithmetic (image-image and scalar operators) ----
+
+    // ---- geometry: crop, embed, corner clipping, resampling, binning, rotation ----
+
+    // ---- filters: median, convolution, point operations, thresholds, morphology ----
+
+    // ---- regions and measurement: seed fill, contours, statistics, profiles, holes ----
+
 protected:
     // True when the image has a buffer that holds every sample its type and
     // sides describe (and get_sizeinbytes() bytes). Every pixel operation
@@ -168,6 +176,11 @@ protected:
     double* m_pDoubleData;
 
 private:
+    // ---- private cores: arithmetic ----
+    // ---- private cores: geometry ----
+    // ---- private cores: filters ----
+    // ---- private cores: regions and measurement ----
+
     bool Flip_core(void* dest);
     bool Mirror_core(void* dest);
     bool Rotate_LR_core(unsigned int newWidth, unsigned int newHeight, void* dest, int direction);
