@@ -11,7 +11,9 @@ SANITIZE_DIR ?= build-sanitize
 FUZZ_DIR ?= build-fuzz
 FUZZ_SECONDS ?= 60
 
-.PHONY: all deps demo test test-sanitize fuzz clean
+BENCH_DIR ?= build-bench
+
+.PHONY: all deps demo test test-sanitize fuzz bench clean
 
 all: test
 
@@ -49,5 +51,14 @@ fuzz: deps
 	$(FUZZ_DIR)/fuzz/tiff_loader_fuzzer -max_total_time=$(FUZZ_SECONDS) -max_len=65536 -rss_limit_mb=2048 \
 	  -artifact_prefix=$(FUZZ_DIR)/crashes/ -print_final_stats=1 $(FUZZ_DIR)/corpus $(FUZZ_DIR)/seeds
 
+# Benchmarks in Release against OpenCV and memcpy, then one comparison table.
+bench:
+	scripts/install-deps.sh libbenchmark-dev libopencv-dev python3
+	cmake -S . -B $(BENCH_DIR) -DCMAKE_BUILD_TYPE=Release -DIMAGELIB_BENCH=ON -DBUILD_TESTING=OFF
+	cmake --build $(BENCH_DIR) --target imagelib_bench -j $(JOBS)
+	$(BENCH_DIR)/bench/imagelib_bench --benchmark_out=$(BENCH_DIR)/bench.json --benchmark_out_format=json \
+	  $(BENCH_ARGS)
+	bench/compare $(BENCH_DIR)/bench.json
+
 clean:
-	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(FUZZ_DIR)
+	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(FUZZ_DIR) $(BENCH_DIR)

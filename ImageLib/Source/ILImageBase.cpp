@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
+#include <type_traits>
 
 #define IL_ASSERT_SOURCE L"ImageLib/Source/ILImageBase"
 
@@ -115,6 +117,61 @@ void scanMinMax(const T* samples, size_t count, const char* mask, bool wantExtre
             if (value > scan.nonZeroMax) scan.nonZeroMax = value;
         }
     }
+}
+
+// The same survey for integer samples without a mask, as plain reductions the
+// compiler can vectorise. Integers compare exactly, so the extremes do not
+// depend on the order; the sum is gathered exactly in 64 bits and is only
+// used when every partial sum of the ordered double sum would have been exact
+// too (below 2^53), so the mean is bit for bit the same. Returns false when
+// that cannot be guaranteed; the caller then runs the ordered scan.
+template <typename T>
+bool scanMinMaxIntegerFast(const T* samples, size_t count, bool wantExtremes, bool wantNonZero, MinMaxScan<T>& scan)
+{
+    static_assert(std::is_integral<T>::value, "integer samples only");
+    const uint64_t largestMagnitude = std::is_signed<T>::value ? (uint64_t(1) << 31) : std::numeric_limits<T>::max();
+    if (count != 0 && largestMagnitude > (uint64_t(1) << 53) / count) return false;
+    if (count == 0) return true;
+    if (wantExtremes) {
+        T mn = samples[0], mx = samples[0];
+        int64_t sum = 0;
+        for (size_t i = 0; i < count; ++i) {
+            const T v = samples[i];
+            mn = v < mn ? v : mn;
+            mx = v > mx ? v : mx;
+            sum += v;
+        }
+        scan.min = mn;
+        scan.max = mx;
+        scan.sum = static_cast<double>(sum);
+        scan.count = count;
+    }
+    if (wantNonZero) {
+        T nzMin = std::numeric_limits<T>::max(), nzMax = std::numeric_limits<T>::lowest();
+        bool any = false;
+        for (size_t i = 0; i < count; ++i) {
+            const T v = samples[i];
+            const bool nonZero = v != 0;
+            any |= nonZero;
+            nzMin = (nonZero && v < nzMin) ? v : nzMin;
+            nzMax = (nonZero && v > nzMax) ? v : nzMax;
+        }
+        if (any) {
+            scan.nonZeroMin = nzMin;
+            scan.nonZeroMax = nzMax;
+        }
+    }
+    return true;
+}
+
+template <typename T>
+void surveySamples(const T* samples, size_t count, const char* mask, bool wantExtremes, bool wantNonZero,
+                   MinMaxScan<T>& scan)
+{
+    if constexpr (std::is_integral<T>::value) {
+        if (!mask && scanMinMaxIntegerFast(samples, count, wantExtremes, wantNonZero, scan)) return;
+    }
+    scanMinMax(samples, count, mask, wantExtremes, wantNonZero, scan);
 }
 
 template <typename T> float toFloatOutput(T value) { return ILConvertSample<float>(value); }
@@ -360,7 +417,7 @@ bool CILImageBase::getMinMax(float* min, float* max, double* mean, char* mask, f
         scan.min = scan.max = scan.nonZeroMin = scan.nonZeroMax = first;
         scan.sum = 0.0;
         scan.count = 0;
-        if (wantExtremes || wantNonZero) scanMinMax(samples, count, mask, wantExtremes, wantNonZero, scan);
+        if (wantExtremes || wantNonZero) surveySamples(samples, count, mask, wantExtremes, wantNonZero, scan);
         if (min) *min = toFloatOutput(scan.min);
         if (max) *max = toFloatOutput(scan.max);
         if (nonZeroMin) *nonZeroMin = toFloatOutput(scan.nonZeroMin);

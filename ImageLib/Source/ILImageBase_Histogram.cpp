@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
+#include <vector>
 
 #define IL_ASSERT_SOURCE L"ImageLib/Source/ILImageBase"
 
@@ -16,15 +18,52 @@ namespace {
 // The bin is floor((value - rangeMin) * scale) taken through double and cut to
 // 32 bits; a NaN or out-of-range product gives INT32_MIN. The index is
 // compared as an unsigned 64-bit number, so negative bins fall outside.
+// Sizes a work table, answering false instead of throwing when memory is short.
+template <typename V>
+bool reserveQuietly(std::vector<V>& table, size_t size)
+{
+    try {
+        table.resize(size);
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+template <typename T>
+int32_t binOf(T sample, float rangeMin, float scale)
+{
+    const float value = ILConvertSample<float>(sample);
+    const float position = (value - rangeMin) * scale;
+    return ILTruncToInt32(std::floor(static_cast<double>(position)));
+}
+
 template <typename T>
 void countSamples(const T* samples, size_t count, const char* mask, float rangeMin, float scale, int32_t* counts,
                   uint64_t binCount)
 {
+    // 8- and 16-bit samples: the bin of every possible value is worked out
+    // once with the same arithmetic and looked up (only worth it when there
+    // are more samples than values). -1 marks a value that falls outside.
+    if constexpr (std::is_integral<T>::value && sizeof(T) <= 2) {
+        const size_t values = size_t(1) << (8 * sizeof(T));
+        std::vector<int32_t> binOfValue;
+        if (count > values && reserveQuietly(binOfValue, values)) {
+            for (size_t v = 0; v < values; ++v) {
+                const int32_t bin = binOf(static_cast<T>(v), rangeMin, scale);
+                binOfValue[v] = static_cast<uint64_t>(static_cast<int64_t>(bin)) < binCount ? bin : -1;
+            }
+            for (size_t i = 0; i < count; ++i) {
+                if (mask && mask[i] == 0) continue;
+                const int32_t bin = binOfValue[samples[i]];
+                if (bin >= 0) ++counts[bin];
+            }
+            return;
+        }
+    }
     for (size_t i = 0; i < count; ++i) {
         if (mask && mask[i] == 0) continue;
-        const float value = ILConvertSample<float>(samples[i]);
-        const float position = (value - rangeMin) * scale;
-        const int32_t bin = ILTruncToInt32(std::floor(static_cast<double>(position)));
+        const int32_t bin = binOf(samples[i], rangeMin, scale);
         if (static_cast<uint64_t>(static_cast<int64_t>(bin)) < binCount) ++counts[bin];
     }
 }

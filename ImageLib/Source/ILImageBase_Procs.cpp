@@ -43,18 +43,26 @@ void mirrorRows(const S* src, S* dst, size_t width, size_t height)
 }
 
 // Source (x, y) goes to (y, W-1-x) turning left and to (H-1-y, x) turning
-// right; the destination is H samples wide.
+// right; the destination is H samples wide. The grid is walked in square
+// tiles so that both the reads and the strided writes stay in cache; every
+// sample is moved exactly once, so the result is the same in any order.
 template <typename S>
 void quarterTurn(const S* src, S* dst, size_t width, size_t height, bool right)
 {
-    for (size_t y = 0; y < height; ++y) {
-        const S* in = src + y * width;
-        if (right) {
-            S* out = dst + (height - 1 - y);
-            for (size_t x = 0; x < width; ++x, out += height) *out = in[x];
-        } else {
-            S* out = dst + (width - 1) * height + y;
-            for (size_t x = 0; x < width; ++x, out -= height) *out = in[x];
+    const size_t tile = 16;  // measured best for 1- to 8-byte samples
+    for (size_t y0 = 0; y0 < height; y0 += tile) {
+        const size_t y1 = y0 + tile < height ? y0 + tile : height;
+        for (size_t x0 = 0; x0 < width; x0 += tile) {
+            const size_t x1 = x0 + tile < width ? x0 + tile : width;
+            for (size_t x = x0; x < x1; ++x) {
+                // One destination row per source column: contiguous writes.
+                S* out = right ? dst + x * height + (height - 1 - y0) : dst + (width - 1 - x) * height + y0;
+                const S* in = src + y0 * width + x;
+                if (right)
+                    for (size_t y = y0; y < y1; ++y, in += width) *out-- = *in;
+                else
+                    for (size_t y = y0; y < y1; ++y, in += width) *out++ = *in;
+            }
         }
     }
 }

@@ -6,6 +6,10 @@
 #include <GL/gl.h>
 
 #include <cmath>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+#include <vector>
 
 #define IL_ASSERT_SOURCE L"ImageLib/Source/ILImage"
 
@@ -47,6 +51,77 @@ void visitRows(const unsigned char* data, uint32_t width, uint32_t height, int f
     }
 }
 
+// For 8- and 16-bit samples every possible value is mapped once into a table
+// of output bytes, which the pixels then look up. This gives the same bytes as
+// mapping pixel by pixel as long as the palette writes all four outputs for
+// every value (then no output carries over from the previous pixel); the
+// table is abandoned, and the caller maps pixel by pixel, when it does not.
+template <typename T>
+bool buildDisplayTable(CILPalette& palette, const GammaCurve& gamma, size_t channels, std::vector<unsigned char>& table)
+{
+    const size_t values = size_t(1) << (8 * sizeof(T));
+    try {
+        table.resize(values * channels);
+    } catch (...) {
+        return false;  // no room for the table: map pixel by pixel
+    }
+    unsigned char* out = table.data();
+    for (size_t v = 0; v < values; ++v) {
+        const double unset = std::numeric_limits<double>::quiet_NaN();
+        double r = unset, g = unset, b = unset, a = unset;
+        palette.GetRGBForImageValue(gamma(static_cast<double>(static_cast<T>(v))), &r, &g, &b, &a);
+        if (std::isnan(r) || std::isnan(g) || std::isnan(b) || std::isnan(a)) return false;
+        *out++ = lowByte(r);
+        *out++ = lowByte(g);
+        *out++ = lowByte(b);
+        if (channels == 4) *out++ = lowByte(a);
+    }
+    return true;
+}
+
+template <typename T>
+bool mapThroughTable(const unsigned char* data, uint32_t width, uint32_t height, int flip, CILPalette& palette,
+                     const GammaCurve& gamma, size_t channels, unsigned char* out)
+{
+    if constexpr (sizeof(T) <= 2 && std::is_integral<T>::value) {
+        // Building the table only pays off when the image has more pixels
+        // than the table has entries.
+        if (static_cast<uint64_t>(width) * height < (uint64_t(1) << (8 * sizeof(T)))) return false;
+        std::vector<unsigned char> table;
+        if (!buildDisplayTable<T>(palette, gamma, channels, table)) return false;
+        // Entries are padded to four bytes so that each pixel is one 4-byte
+        // store; for RGB the spare byte is overwritten by the next pixel, and
+        // the image's very last pixel is stored with three bytes.
+        std::vector<uint32_t> wide;
+        try {
+            wide.resize(table.size() / channels);
+        } catch (...) {
+            return false;
+        }
+        for (size_t v = 0; v < wide.size(); ++v) {
+            unsigned char entry[4] = {0, 0, 0, 0};
+            std::memcpy(entry, &table[v * channels], channels);
+            std::memcpy(&wide[v], entry, 4);
+        }
+        const T* samples = reinterpret_cast<const T*>(data);
+        const size_t total = static_cast<size_t>(width) * height;
+        size_t done = 0;
+        for (uint32_t i = 0; i < height; ++i) {
+            const T* in = samples + static_cast<size_t>(flip ? height - 1 - i : i) * width;
+            for (uint32_t x = 0; x < width; ++x, out += channels, ++done) {
+                if (done + 1 < total || channels == 4)
+                    std::memcpy(out, &wide[in[x]], 4);
+                else
+                    std::memcpy(out, &wide[in[x]], 3);
+            }
+        }
+        return true;
+    } else {
+        (void)data, (void)width, (void)height, (void)flip, (void)palette, (void)gamma, (void)channels, (void)out;
+        return false;
+    }
+}
+
 } // namespace
 
 void* CILImage::getPixelsForGL(int flip)
@@ -62,6 +137,7 @@ void* CILImage::getPixelsForGL(int flip)
     double r = 0.0, g = 0.0, b = 0.0, a = 255.0;
     const bool known = ILDispatchSampleType(m_datatype, [&](auto tag) {
         using T = typename decltype(tag)::type;
+        if (mapThroughTable<T>(m_data, m_width, m_height, flip, m_palette, gamma, rgba ? 4 : 3, out)) return;
         visitRows<T>(m_data, m_width, m_height, flip, [&](double v) {
             m_palette.GetRGBForImageValue(gamma(v), &r, &g, &b, &a);
             *out++ = lowByte(r);

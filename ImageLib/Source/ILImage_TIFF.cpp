@@ -134,7 +134,9 @@ bool readRGBAPage(TIFF* tif, const PageHeader& h, unsigned char* dest, uint64_t 
 }
 
 // Strips: decoded bytes are copied as libtiff delivers them, one strip after
-// the other.
+// the other. A strip whose whole read fits the rest of the buffer is decoded
+// straight into it: the same bytes as decoding into the staging buffer and
+// copying them over, without the copy.
 bool readStrips(TIFF* tif, const PageHeader& h, unsigned char* dest, uint64_t destBytes, uint64_t sizeInBytes)
 {
     const uint64_t rowBytes = (static_cast<uint64_t>(h.samplesPerPixel) * h.bitsPerSample * h.width + 7) / 8;
@@ -152,11 +154,13 @@ bool readStrips(TIFF* tif, const PageHeader& h, unsigned char* dest, uint64_t de
         const uint32_t strip = TIFFComputeStrip(tif, static_cast<uint32_t>(row), 0);
         // The read is limited to the staging buffer as well as to the rows.
         const uint64_t wanted = rows * rowBytes < stagingBytes ? rows * rowBytes : stagingBytes;
-        const tmsize_t count = TIFFReadEncodedStrip(tif, strip, staging.data, static_cast<tmsize_t>(wanted));
-        if (count == -1) fail("Corrupted TIFF file!");
         const uint64_t room = destBytes - written;
+        const bool direct = wanted <= room;
+        unsigned char* target = direct ? dest + written : staging.data;
+        const tmsize_t count = TIFFReadEncodedStrip(tif, strip, target, static_cast<tmsize_t>(wanted));
+        if (count == -1) fail("Corrupted TIFF file!");
         const uint64_t copied = static_cast<uint64_t>(count) < room ? static_cast<uint64_t>(count) : room;
-        if (copied) std::memcpy(dest + written, staging.data, copied);
+        if (!direct && copied) std::memcpy(dest + written, staging.data, copied);
         written += copied;
     }
     return true;

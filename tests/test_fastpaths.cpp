@@ -1,0 +1,174 @@
+// The fast paths give the same bits as the plain reference kernels, on random
+// images of every sample type, odd and degenerate sizes and special values.
+#include "TestSupport.h"
+#include "reference/ReferenceKernels.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <limits>
+#include <random>
+
+namespace {
+
+const std::pair<int, int> kShapes[] = {{1, 1}, {1, 17}, {17, 1}, {7, 5}, {131, 67}, {509, 3}, {331, 199}};
+
+template <typename T>
+std::vector<T> randomSamples(size_t n, uint32_t seed, bool special)
+{
+    std::mt19937 rng(seed);
+    std::vector<T> out(n);
+    for (T& v : out) {
+        if (std::is_floating_point<T>::value)
+            v = static_cast<T>(std::uniform_real_distribution<double>(-500.0, 500.0)(rng));
+        else
+            v = static_cast<T>(rng());
+    }
+    if (special && n > 4) {
+        out[n / 2] = std::numeric_limits<T>::max();
+        out[n / 3] = std::numeric_limits<T>::lowest();
+        out[n / 4] = T(0);
+        out[1] = T(0);
+        if (std::is_floating_point<T>::value) out[n / 5] = static_cast<T>(-0.0);
+    }
+    return out;
+}
+
+template <typename T>
+bool sameBits(const T& a, const T& b)
+{
+    return std::memcmp(&a, &b, sizeof(T)) == 0;
+}
+
+template <typename Check>
+void forEveryType(Check check)
+{
+    check(uint8_t(), eByte);
+    check(uint16_t(), eUShort);
+    check(int32_t(), eLong);
+    check(float(), eFloat);
+    check(double(), eDouble);
+}
+
+} // namespace
+
+TEST(FastPaths, QuarterTurnsMatchTheSampleBySampleMapping)
+{
+    forEveryType([](auto tag, QORDataTypes type) {
+        using T = decltype(tag);
+        for (auto shape : kShapes) {
+            const int w = shape.first, h = shape.second;
+            SCOPED_TRACE(std::to_string(type) + " " + std::to_string(w) + "x" + std::to_string(h));
+            const std::vector<T> samples = randomSamples<T>(size_t(w) * h, w * 31 + h, true);
+            CILImageBase image = makeImage<T>(type, w, h, samples);
+            CILImageBase left, right;
+            ASSERT_TRUE(image.RotateLeft(left));
+            ASSERT_TRUE(image.RotateRight(right));
+            const std::vector<T> expectLeft = reference::quarterTurn(samples, w, h, false);
+            const std::vector<T> expectRight = reference::quarterTurn(samples, w, h, true);
+            EXPECT_EQ(std::memcmp(left.get_data(), expectLeft.data(), samples.size() * sizeof(T)), 0);
+            EXPECT_EQ(std::memcmp(right.get_data(), expectRight.data(), samples.size() * sizeof(T)), 0);
+        }
+    });
+}
+
+TEST(FastPaths, MinMaxSurveyMatchesTheOrderedScan)
+{
+    forEveryType([](auto tag, QORDataTypes type) {
+        using T = decltype(tag);
+        for (auto shape : kShapes) {
+            for (bool special : {false, true}) {
+                const int w = shape.first, h = shape.second;
+                SCOPED_TRACE(std::to_string(type) + " " + std::to_string(w) + "x" + std::to_string(h));
+                std::vector<T> samples = randomSamples<T>(size_t(w) * h, w + h * 7, special);
+                if (!special && samples.size() > 3) samples.assign(samples.size(), T(0)), samples[2] = T(5);
+                CILImageBase image = makeImage<T>(type, w, h, samples);
+                std::vector<char> mask(samples.size());
+                for (size_t i = 0; i < mask.size(); ++i) mask[i] = static_cast<char>(i % 3 == 0);
+                for (const char* m : {static_cast<const char*>(nullptr), static_cast<const char*>(mask.data())}) {
+                    const reference::Survey expect = reference::minMax(samples, m);
+                    reference::Survey got{};
+                    ASSERT_TRUE(image.getMinMax(&got.min, &got.max, &got.mean, const_cast<char*>(m), &got.nonZeroMin,
+                                                &got.nonZeroMax));
+                    EXPECT_TRUE(sameBits(got.min, expect.min));
+                    EXPECT_TRUE(sameBits(got.max, expect.max));
+                    EXPECT_TRUE(sameBits(got.nonZeroMin, expect.nonZeroMin));
+                    EXPECT_TRUE(sameBits(got.nonZeroMax, expect.nonZeroMax));
+                    EXPECT_TRUE(sameBits(got.mean, expect.mean)) << got.mean << " vs " << expect.mean;
+                }
+            }
+        }
+    });
+    // A large 32-bit image whose sum leaves the exact range takes the ordered
+    // scan: extreme values in a long image.
+    std::vector<int32_t> big(3000 * 1500, INT32_MAX);
+    big[7] = -12345;
+    CILImageBase image = makeImage<int32_t>(eLong, 3000, 1500, big);
+    reference::Survey got{};
+    ASSERT_TRUE(image.getMinMax(&got.min, &got.max, &got.mean, nullptr, nullptr, nullptr));
+    EXPECT_TRUE(sameBits(got.mean, reference::minMax(big, nullptr).mean));
+}
+
+TEST(FastPaths, DisplayTablesGiveThePerPixelBytes)
+{
+    struct Setup {
+        QOR_COLORTABLE_TYPES table;
+        double lo, hi;
+        float gamma;
+        unsigned format;
+        bool defaultPalette;
+    };
+    const Setup setups[] = {{eClutRainbow, 1000, 60000, 1.0f, 6407, false},
+                            {eClutRedAlpha, 10, 200, 1.0f, 6408, false},
+                            {eClutGrey, 0, 255, 2.2f, 6408, false},
+                            {eClutBlueCyanYellowRed, 300, 300, 1.0f, 6407, false},
+                            {eClutGrey, 0, 0, 1.0f, 6408, true}};
+    auto check = [&](auto tag, QORDataTypes type) {
+        using T = decltype(tag);
+        for (const Setup& s : setups) {
+            for (int flip : {0, 1}) {
+                SCOPED_TRACE(std::to_string(type) + " table " + std::to_string(s.table) + " flip " +
+                             std::to_string(flip));
+                const int w = 331, h = 199;  // more pixels than a 16-bit table has entries
+                const std::vector<T> samples = randomSamples<T>(size_t(w) * h, 99, true);
+                CILImage image;
+                image.initWithData(type, w, h, const_cast<T*>(samples.data()));
+                if (!s.defaultPalette) image.setColorTable(s.table, s.lo, s.hi);
+                image.setGamma(s.gamma);
+                image.setGLFormat(s.format);
+                const unsigned char* got = static_cast<const unsigned char*>(image.getPixelsForGL(flip));
+                ASSERT_NE(got, nullptr);
+                const std::vector<unsigned char> expect =
+                    reference::displayPixels(samples, w, h, flip, *image.getPalette(), s.gamma, s.format == 6408);
+                EXPECT_EQ(std::memcmp(got, expect.data(), expect.size()), 0);
+            }
+        }
+    };
+    check(uint8_t(), eByte);
+    check(uint16_t(), eUShort);
+    check(float(), eFloat);
+}
+
+TEST(FastPaths, HistogramTablesCountLikeTheSampleBySampleRule)
+{
+    auto check = [](auto tag, QORDataTypes type) {
+        using T = decltype(tag);
+        const int w = 331, h = 199;
+        const std::vector<T> samples = randomSamples<T>(size_t(w) * h, 5, true);
+        CILImageBase image = makeImage<T>(type, w, h, samples);
+        std::vector<char> mask(samples.size());
+        for (size_t i = 0; i < mask.size(); ++i) mask[i] = static_cast<char>(i % 5 != 0);
+        const std::pair<float, float> ranges[] = {{0.0f, 65535.0f}, {100.0f, 200.5f}, {-3.0f, 70000.0f}};
+        for (size_t bins : {size_t(1), size_t(7), size_t(4096)}) {
+            for (auto range : ranges) {
+                for (const char* m : {static_cast<const char*>(nullptr), static_cast<const char*>(mask.data())}) {
+                    std::vector<int32_t> got(bins);
+                    ASSERT_TRUE(image.getHistogram(got.data(), bins, range.first, range.second, const_cast<char*>(m)));
+                    EXPECT_EQ(got, reference::histogram(samples, bins, range.first, range.second, m));
+                }
+            }
+        }
+    };
+    check(uint8_t(), eByte);
+    check(uint16_t(), eUShort);
+}
