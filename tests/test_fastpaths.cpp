@@ -52,7 +52,7 @@ void forEveryType(Check check)
 
 } // namespace
 
-TEST(FastPaths, QuarterTurnsMatchTheSampleBySampleMapping)
+TEST(FastPaths, QuarterTurnsAndMirrorsMatchTheSampleBySampleMapping)
 {
     forEveryType([](auto tag, QORDataTypes type) {
         using T = decltype(tag);
@@ -68,6 +68,10 @@ TEST(FastPaths, QuarterTurnsMatchTheSampleBySampleMapping)
             const std::vector<T> expectRight = reference::quarterTurn(samples, w, h, true);
             EXPECT_EQ(std::memcmp(left.get_data(), expectLeft.data(), samples.size() * sizeof(T)), 0);
             EXPECT_EQ(std::memcmp(right.get_data(), expectRight.data(), samples.size() * sizeof(T)), 0);
+            CILImageBase mirrored;
+            ASSERT_TRUE(image.Mirror(mirrored));
+            const std::vector<T> expectMirror = reference::mirror(samples, w, h);
+            EXPECT_EQ(std::memcmp(mirrored.get_data(), expectMirror.data(), samples.size() * sizeof(T)), 0);
         }
     });
 }

@@ -119,6 +119,26 @@ void scanMinMax(const T* samples, size_t count, const char* mask, bool wantExtre
     }
 }
 
+// The exact sum of integer samples. Small samples are summed in blocks into
+// 32-bit partial sums that cannot overflow, which vectorises well.
+template <typename T>
+int64_t exactSum(const T* samples, size_t count)
+{
+    int64_t sum = 0;
+    if constexpr (sizeof(T) <= 2 && std::is_unsigned<T>::value) {
+        const size_t block = 65536;  // 65536 * 65535 < 2^32
+        for (size_t start = 0; start < count; start += block) {
+            const size_t end = start + block < count ? start + block : count;
+            uint32_t partial = 0;
+            for (size_t i = start; i < end; ++i) partial += samples[i];
+            sum += partial;
+        }
+    } else {
+        for (size_t i = 0; i < count; ++i) sum += samples[i];
+    }
+    return sum;
+}
+
 // The same survey for integer samples without a mask, as plain reductions the
 // compiler can vectorise. Integers compare exactly, so the extremes do not
 // depend on the order; the sum is gathered exactly in 64 bits and is only
@@ -134,16 +154,14 @@ bool scanMinMaxIntegerFast(const T* samples, size_t count, bool wantExtremes, bo
     if (count == 0) return true;
     if (wantExtremes) {
         T mn = samples[0], mx = samples[0];
-        int64_t sum = 0;
         for (size_t i = 0; i < count; ++i) {
             const T v = samples[i];
             mn = v < mn ? v : mn;
             mx = v > mx ? v : mx;
-            sum += v;
         }
         scan.min = mn;
         scan.max = mx;
-        scan.sum = static_cast<double>(sum);
+        scan.sum = static_cast<double>(exactSum(samples, count));
         scan.count = count;
     }
     if (wantNonZero) {

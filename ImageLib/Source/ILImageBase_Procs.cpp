@@ -32,13 +32,35 @@ bool dispatchSampleSize(int32_t type, Kernel&& kernel)
     });
 }
 
+// Reverses the order of the samples packed in a 64-bit word.
+template <typename S> uint64_t reverseSamples(uint64_t word);
+template <> uint64_t reverseSamples<uint8_t>(uint64_t w) { return __builtin_bswap64(w); }
+template <> uint64_t reverseSamples<uint16_t>(uint64_t w)
+{
+    w = (w >> 32) | (w << 32);
+    return ((w & 0xFFFF0000FFFF0000ull) >> 16) | ((w & 0x0000FFFF0000FFFFull) << 16);
+}
+template <> uint64_t reverseSamples<uint32_t>(uint64_t w) { return (w >> 32) | (w << 32); }
+template <> uint64_t reverseSamples<uint64_t>(uint64_t w) { return w; }
+
+// Each row is reversed eight bytes at a time: a word read from the end of the
+// source row has its samples reversed and is stored at the start of the
+// destination row. Pure moves, so the result is the sample-by-sample one.
 template <typename S>
 void mirrorRows(const S* src, S* dst, size_t width, size_t height)
 {
+    const size_t perWord = sizeof(uint64_t) / sizeof(S);
     for (size_t y = 0; y < height; ++y) {
         const S* in = src + y * width;
         S* out = dst + y * width;
-        for (size_t j = 0; j < width; ++j) out[j] = in[width - 1 - j];
+        size_t j = 0;
+        for (; j + perWord <= width; j += perWord) {
+            uint64_t word;
+            std::memcpy(&word, in + width - j - perWord, sizeof word);
+            word = reverseSamples<S>(word);
+            std::memcpy(out + j, &word, sizeof word);
+        }
+        for (; j < width; ++j) out[j] = in[width - 1 - j];
     }
 }
 

@@ -26,6 +26,16 @@ std::vector<T> quarterTurn(const std::vector<T>& src, size_t w, size_t h, bool r
     return out;
 }
 
+// Mirror sample by sample: (x, y) -> (W-1-x, y).
+template <typename T>
+std::vector<T> mirror(const std::vector<T>& src, size_t w, size_t h)
+{
+    std::vector<T> out(src.size());
+    for (size_t y = 0; y < h; ++y)
+        for (size_t x = 0; x < w; ++x) out[y * w + (w - 1 - x)] = src[y * w + x];
+    return out;
+}
+
 struct Survey {
     float min, max, nonZeroMin, nonZeroMax;
     double mean;
