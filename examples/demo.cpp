@@ -1,6 +1,6 @@
 // imagelib-demo - ImageLib's main job on a TIFF file: load, survey, histogram,
-// map through a colour table, and write the rendering as BMP and the samples
-// as TIFF.
+// map through a colour table, write the rendering as BMP and the samples as
+// TIFF, then smooth, threshold and measure the objects.
 #include <ImageLib.h>
 
 #include <cmath>
@@ -26,6 +26,7 @@ struct Options {
     std::string bmp = "demo-output/rendering.bmp";
     std::string tiff = "demo-output/samples.tif";
     int bins = 16;
+    float fraction = 0.5f;
 };
 
 struct NamedTable {
@@ -63,6 +64,7 @@ void usage(FILE* out)
                  "  --range LO:HI    display range (default: the image's minimum and maximum)\n"
                  "  --gamma G        display gamma (default: 1)\n"
                  "  --bins N         histogram bins (default: 16)\n"
+                 "  --threshold F    object threshold as a fraction of the range (default: 0.5)\n"
                  "  --bmp FILE       where to write the rendering (default: demo-output/rendering.bmp)\n"
                  "  --tiff FILE      where to write the samples (default: demo-output/samples.tif)\n"
                  "  --help           this text\n");
@@ -89,6 +91,9 @@ bool parse(int argc, char** argv, Options& o)
         } else if (arg == "--bins" && hasValue) {
             o.bins = std::atoi(argv[++i]);
             if (o.bins < 1 || o.bins > 4096) return false;
+        } else if (arg == "--threshold" && hasValue) {
+            o.fraction = std::strtof(argv[++i], nullptr);
+            if (!(o.fraction >= 0.0f && o.fraction <= 1.0f)) return false;
         } else if (arg == "--bmp" && hasValue) {
             o.bmp = argv[++i];
         } else if (arg == "--tiff" && hasValue) {
@@ -145,6 +150,45 @@ void printHistogram(CILImage& image, int bins)
     }
 }
 
+// Smooth, threshold at a fraction of the range, then measure the objects:
+// particle statistics, holes and the outline of the first object.
+void analyseObjects(CILImage& image, float fraction)
+{
+    CILImage smoothed(image);
+    if (smoothed.filter(3, eSmoothMedianFilter) != eILSuccess) {
+        std::printf("objects:   smoothing failed\n");
+        return;
+    }
+    CILImage mask(smoothed);
+    mask.RefreshImageStats();
+    if (!mask.FractionalThreshold(smoothed, fraction)) {
+        std::printf("objects:   threshold failed\n");
+        return;
+    }
+    tagImageParticleAnalyzeInfo particles = {};
+    uint32_t holes = 0;
+    CILImage labels;
+    if (mask.getImageParticleAnalysisStats(&particles, nullptr, 0, 0) != eILSuccess ||
+        mask.LabelHolesInImage(labels, &holes) != eILSuccess) {
+        std::printf("objects:   measurement failed\n");
+        return;
+    }
+    std::printf("objects:   3x3 median, threshold at %.0f%% of the range: %.0f pixels above it, centroid (%.1f, %.1f),"
+                " %u hole(s)\n",
+                fraction * 100.0, particles.dArea, particles.dArea > 0 ? particles.dSumX / particles.dArea : 0.0,
+                particles.dArea > 0 ? particles.dSumY / particles.dArea : 0.0, holes);
+
+    const size_t capacity = static_cast<size_t>(mask.get_width()) * mask.get_height() + 1;
+    std::vector<int32_t> xs(capacity), ys(capacity), directions(capacity);
+    tagContourTraceInfo outline = {0, xs.data(), ys.data(), 0, 0, directions.data()};
+    CILImage traced;
+    if (particles.dArea > 0 && mask.ContourTrace(traced, &outline, 1) && outline.nNumPoints > 0)
+        std::printf("outline:   first object traced in %d points, starting at column %d, row %d\n",
+                    outline.nNumPoints, outline.pXPoints[0], outline.pYPoints[0]);
+    else
+        std::printf("outline:   no object traced\n");
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -198,5 +242,6 @@ int main(int argc, char** argv)
     }
     std::printf("wrote:     %s (display rendering, 24-bit BMP)\n", options.bmp.c_str());
     std::printf("wrote:     %s (samples, LZW TIFF)\n", options.tiff.c_str());
+    analyseObjects(image, options.fraction);
     return 0;
 }

@@ -34,7 +34,10 @@ public:
 
     // Histogram of the image over its mask (slot 2).
     virtual bool Histogram(CILHistogram& hist);
-    // Fills a line profile; 1 on success, 0 on failure (slot 3).
+    // Fills a line profile (eDouble samples) along the profile's row, column
+    // or segment; segments run in increasing x or y whatever the end points'
+    // order. Rows and columns (also set by points) of width w average w lines
+    // from number - w/2; lines outside the image are left out. 1 or 0 (slot 3).
     virtual int lineProfile(CILLineProfile& profile);
     // Cached statistics (RefreshImageStats). Each name pair shares one body.
     virtual float Max();
@@ -46,7 +49,11 @@ public:
     virtual float getNonZeroMax();
     virtual float getNonZeroMin();
     virtual double Mean();
-    // Region statistics, optionally storing them as the cached values.
+    // getImageStats from (colStart, rowStart) to the image's end under `mask`,
+    // else under the image's byte mask (one of another kind raises an assertion
+    // and one smaller than the image is refused: eILInvalidArgument). With
+    // updateImage the cached min and max take the result, and the mean is
+    // stored PASSED THROUGH SINGLE PRECISION.
     virtual EILSTATUS imageStats(tagImageStatsInfo* info, bool updateImage, const char* mask, int colStart,
                                  int rowStart);
     // Fill with a constant, then refresh the statistics and mark dirty.
@@ -151,11 +158,184 @@ public:
 
     // ---- arithmetic wrappers ----
 
+    // The CILImageBase compound forms (linear pairing, any right-hand type),
+    // then the statistics are refreshed and the image marked dirty.
+    CILImage& operator+=(const CILImage& other);
+    CILImage& operator-=(const CILImage& other);
+    CILImage& operator*=(const CILImage& other);
+    CILImage& operator/=(const CILImage& other);
+    // The CILImageBase binary forms. The result takes this image's kind,
+    // binning, gamma, GL format and palette, fresh statistics and the dirty
+    // flag; not its mask, flipped flag or file name.
+    CILImage operator+(const CILImage& other);
+    CILImage operator-(const CILImage& other);
+    CILImage operator*(const CILImage& other);
+    CILImage operator/(const CILImage& other);
+    // Image op scalar as in CILImageBase (scalar brought to the image's type
+    // first; integer division by a scalar that becomes 0 gives 0), with this
+    // image's display properties carried over as for the binary forms.
+    CILImage operator+(int32_t s);
+    CILImage operator+(double s);
+    CILImage operator-(int32_t s);
+    CILImage operator-(double s);
+    CILImage operator*(int32_t s);
+    CILImage operator*(double s);
+    CILImage operator/(int32_t s);
+    CILImage operator/(double s);
+    CILImage divideScalarbyImage(float s);
+    CILImage divideScalarbyImage(double s);
+    // In place with the same scalar forms, then refresh and dirty.
+    CILImage& operator+=(int32_t s);
+    CILImage& operator+=(double s);
+    CILImage& operator-=(int32_t s);
+    CILImage& operator-=(double s);
+    CILImage& operator*=(int32_t s);
+    CILImage& operator*=(double s);
+    CILImage& operator/=(int32_t s);
+    CILImage& operator/=(double s);
+    // Scalar on the left: s + image and s * image forward to the members;
+    // s - image and s / image (a zero integer sample gives 0) are computed on
+    // a copy. The result takes the image's display properties.
+    friend IMAGELIB_API CILImage operator+(int32_t s, CILImage& image);
+    friend IMAGELIB_API CILImage operator-(int32_t s, CILImage& image);
+    friend IMAGELIB_API CILImage operator*(int32_t s, CILImage& image);
+    friend IMAGELIB_API CILImage operator/(int32_t s, CILImage& image);
+
+private:
+    // A new image holding `pixels` that takes this image's display
+    // properties (copyFnForOpOvld).
+    CILImage resultFrom(const CILImageBase& pixels) const;
+    // Applies a scalar operation to the samples in place, then refreshes the
+    // statistics and marks the image dirty.
+    CILImage& applyScalarInPlace(int operation, double s);
+
+public:
     // ---- geometry wrappers ----
+
+    // The CILImageBase operations. In-place forms refresh the statistics and
+    // mark the image dirty on success (crop: also on eILClipped); forms into
+    // `dest` give dest this image's display properties on success.
+    EILSTATUS crop(int left, int top, int right, int bottom);
+    EILSTATUS crop(int left, int top, int right, int bottom, CILImage& dest);
+    EILSTATUS embed(const CILImage* patch, unsigned int x, unsigned int y, eEmbedTypes eMode);
+    EILSTATUS embed(CILImage& dest, const CILImage* patch, unsigned int x, unsigned int y, eEmbedTypes eMode);
+    EILSTATUS clipCorners(float value, int size);
+    EILSTATUS upSample(CILImage& dest, int newWidth, int newHeight, IL_RESAMPLEMODES mode);
+    EILSTATUS downSample(CILImage& dest, int newWidth, int newHeight, IL_RESAMPLEMODES mode);
+    EILSTATUS upSample(int newWidth, int newHeight, IL_RESAMPLEMODES mode);
+    EILSTATUS downSample(int newWidth, int newHeight, IL_RESAMPLEMODES mode);
+
+    // Re-bins into `dest` (a copy of this image): to a coarser binning by
+    // summing k x k blocks (k = new / current, integer), to a finer one by
+    // bilinear enlargement by k = current / new and division by k * k. Works
+    // in float and converts back to the source type. A current factor that
+    // truncates to 0 (or k = 0, or a new binning of 0 when refining) is
+    // refused with eILInvalidArgument instead of dividing by zero.
+    EILSTATUS changeBinning(int newBinning, CILImage& dest);
+    // As changeBinning with block averages both ways: refining therefore gives
+    // an image of zeros (empty blocks), which the application expects.
+    EILSTATUS changeBinningAvg(int newBinning, CILImage& dest);
+
+    // CILImageBase::Rotate, then refresh and dirty on success.
+    bool Rotate(float angle, bool enlarge);
+    // Not implemented: always false, both images unchanged.
+    bool Rotate(CILImage& dest, float angle, bool enlarge);
 
     // ---- filter wrappers ----
 
+    // Median filter (CILImageBase::Median); on success the image that
+    // received the pixels gets its statistics refreshed and is marked dirty.
+    // Unlike most destination forms the display state is NOT copied to `dest`.
+    bool medianFilter(int n);
+    bool medianFilter(int n, CILImage& dest);
+
+    // Runs CILImageBase::filter with the caller's kernel; `type` is ignored
+    // except that eSmoothUndefined with a null kernel is eILInvalidArgument.
+    // On eILSuccess refreshes and marks dirty.
+    EILSTATUS filter(unsigned int n, const double* kernel, eSmoothFilterTypes type);
+    // Into `dest` (type ignored); on eILSuccess `dest` takes this image's
+    // display state (copyFnForOpOvld).
+    EILSTATUS filter(unsigned int n, const double* kernel, CILImage& dest, eSmoothFilterTypes type);
+    // Smooths by method: box (mean, edges as in CILImageBase::filter) or
+    // median; eSmoothUnsupported gives eILOperationFailed, other values
+    // eILInvalidArgument; a failed median is eILOperationFailed.
+    EILSTATUS filter(unsigned int n, eSmoothFilterTypes type);
+    // As above into `dest`: a median refreshes `dest`, a box filter gives it
+    // this image's display state.
+    EILSTATUS filter(unsigned int n, CILImage& dest, eSmoothFilterTypes type);
+
+    // ApplyGamma and record g as this image's gamma. False, doing nothing,
+    // when g equals the recorded gamma (although nothing failed).
+    bool ModifyGamma(float g);
+    // Gamma into `dest`; on success records g on THIS image, not on `dest`,
+    // and refreshes neither image.
+    bool ModifyGamma(float g, CILImage& dest);
+    // CILImageBase::polynomialAdd, then refresh and mark dirty.
+    bool polynomialAdd(int n, float* coefficients);
+    // Assigns this image to `dest`, then maps `dest` and refreshes it.
+    bool polynomialAdd(int n, float* coefficients, CILImage& dest);
+    // CILImageBase::Abs without refreshing the statistics or marking dirty.
+    bool abs();
+    // Scales the RGB display bytes so the brightest becomes `level`. Only for
+    // an RGB (6407) display buffer that holds width x height x 3 bytes;
+    // nothing happens otherwise or when every byte is 0. No dirty flag.
+    void AdjustRGBBrightness(unsigned char level);
+    // Placeholder: always false, no effect.
+    bool ModifyBrightness();
+
+    // Turns this image into a byte mask of 0 and 1 (CILImageBase::Threshold
+    // with a null mask), then refreshes and marks dirty.
+    bool Threshold(float t);
+    // Mask into `dest`: its buffer is reused when it is a byte image of this
+    // size, otherwise it is re-shaped to one. Only the pixels, statistics and
+    // dirty flag of `dest` change.
+    bool Threshold(float t, CILImage& dest);
+    // Thresholds this image in place at the first rise after the main peak
+    // of `ref`'s twice-smoothed histogram (max(ref) bins). The BIN INDEX is
+    // the threshold, which matches a sample value only when ref's minimum is
+    // 0; without a valley the threshold is 0.
+    bool BimodalThreshold(CILImage& ref);
+    // Thresholds this image in place at the iterative mean of the means
+    // below and above, starting from ref's cached mean. `ref`'s buffer is
+    // read as width x height unsigned 16-bit values whatever its type; a
+    // byte `ref` (too few bytes for that) is refused with false. Stopping is
+    // only allowed within 50 rounds: an iteration that has not settled by
+    // then is refused with false instead of repeating for ever.
+    bool IterativeThreshold(CILImage& ref);
+    // Thresholds this image in place at min + (max - min) * fraction of
+    // ref's cached range, truncated to an integer.
+    bool FractionalThreshold(CILImage& ref, float fraction);
+
+    // Erosion / dilation in place; refresh and mark dirty on success.
+    bool Erode(int sx, int sy);
+    bool Dilate(int sx, int sy);
+    // Into `dest`'s existing buffer (never re-shaped; one of another type or
+    // fewer pixels is refused). A `dest` WITHOUT a buffer makes the filter
+    // work on this image itself, yet it is `dest` that gets refreshed.
+    bool Erode(int sx, int sy, CILImage& dest);
+    bool Dilate(int sx, int sy, CILImage& dest);
+
     // ---- region and measurement wrappers ----
+
+    // The seed fills of CILImageBase with `dest`'s buffer as `out`: this image
+    // is filled in place and `dest` receives a copy; only `dest` has its
+    // statistics refreshed and is marked dirty. A `dest` without a buffer just
+    // lets this image be filled; one too small for this image is refused.
+    bool ImageSeedFill(double row, double col, CILImage& dest, int matchValue, int fillValue);
+    bool ImageSeedFill_4_Connected(double row, double col, CILImage& dest, int matchValue, int fillValue);
+    // Makes `dest` an eByte image of this size (zeroed) unless it is one, then
+    // traces with its buffer as `out` and refreshes it. `dest` may be this image
+    // only when it already is such a byte image.
+    bool ContourTrace(CILImage& dest, tagContourTraceInfo* info, int value);
+    // CILImageBase::getImageValueForXY with the result INVERTED: false on
+    // success, true on any failure.
+    bool getImageValueForXY(double row, double col, float* value);
+    // Forwards to CILImageBase::getXYPosThroughScanLine.
+    bool getXYPosThroughScanLine(int value, double* row, double* col);
+    // The hole operations of CILImageBase; the image that received pixels has
+    // its statistics refreshed and is marked dirty on eILSuccess.
+    EILSTATUS LabelHolesInImage(CILImage& labels, uint32_t* holeCount);
+    EILSTATUS closeAllHolesInImage();
 
     // Chooses RGB (6407) or RGBA (6408) display pixels, sizes the display
     // buffer for it and marks the image dirty.

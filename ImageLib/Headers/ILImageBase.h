@@ -9,6 +9,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <list>
+
 #include "ILTypes.h"
 
 class IMAGELIB_API CILImageBase {
@@ -148,11 +150,240 @@ public:
 
     // ---- arithmetic (image-image and scalar operators) ----
 
+    // Compound forms: sample i of this image op sample i of `other`, for the
+    // first min(widths) x min(heights) samples in plain memory order (rows are
+    // NOT aligned when the widths differ). `other` may have any sample type; its
+    // samples are converted to this type first. Integers wrap. Division by a
+    // sample that is zero in its own type gives 0; a divisor that only becomes
+    // 0 by the conversion also gives 0. Nothing happens unless both have data.
+    CILImageBase& operator+=(const CILImageBase& other);
+    CILImageBase& operator-=(const CILImageBase& other);
+    CILImageBase& operator*=(const CILImageBase& other);
+    CILImageBase& operator/=(const CILImageBase& other);
+
+    // Binary forms: both images placed at the top-left of a canvas of the
+    // larger width and height, padding 0, and combined position by position.
+    // Different sample types (or an operand without data) give an empty image
+    // of type -1 (raising "1==0"). Division by 0 gives 0 for every type,
+    // floats included, so padding of the divisor divides to 0.
+    CILImageBase operator+(const CILImageBase& other);
+    CILImageBase operator-(const CILImageBase& other);
+    CILImageBase operator*(const CILImageBase& other);
+    CILImageBase operator/(const CILImageBase& other);
+
+    // Image op scalar into a new image of the same type and sides. The scalar
+    // is first brought to the image's type (floats truncate toward zero to 32
+    // bits, then the low 8 or 16 bits): a byte image * 0.5 is all 0, + 300 adds
+    // 44. Integers wrap. Integer division by a scalar that becomes 0 gives 0,
+    // -2147483648 / -1 gives -2147483648; float division is IEEE (inf, NaN).
+    // No data gives an empty image of type -1 (raising "1==0").
+    CILImageBase operator+(unsigned char s);
+    CILImageBase operator+(unsigned short s);
+    CILImageBase operator+(int32_t s);
+    CILImageBase operator+(float s);
+    CILImageBase operator+(double s);
+    CILImageBase operator-(unsigned char s);
+    CILImageBase operator-(unsigned short s);
+    CILImageBase operator-(int32_t s);
+    CILImageBase operator-(float s);
+    CILImageBase operator-(double s);
+    CILImageBase operator*(unsigned char s);
+    CILImageBase operator*(unsigned short s);
+    CILImageBase operator*(int32_t s);
+    CILImageBase operator*(float s);
+    CILImageBase operator*(double s);
+    CILImageBase operator/(unsigned char s);
+    CILImageBase operator/(unsigned short s);
+    CILImageBase operator/(int32_t s);
+    CILImageBase operator/(float s);
+    CILImageBase operator/(double s);
+
+    // s / image, the scalar brought to the image's type first (2.5 divides as
+    // 2 on integer images). A zero integer sample gives 0 instead of faulting;
+    // float images store the IEEE result.
+    CILImageBase divideScalarbyImage(float s);
+    CILImageBase divideScalarbyImage(double s);
+
     // ---- geometry: crop, embed, corner clipping, resampling, binning, rotation ----
+
+    // Cuts [left, right) x [top, bottom) out of the image in place. The
+    // rectangle is clipped to the image: eILClipped (a complete result) when
+    // any bound moved, else eILSuccess. eILNoData without pixels; an extent
+    // that is negative after clipping gives eILAllocFailed, or
+    // eILInvalidArgument when both are negative or the other is 0.
+    EILSTATUS crop(int left, int top, int right, int bottom);
+    // As above into `dest` (re-shaped), the image unchanged.
+    EILSTATUS crop(int left, int top, int right, int bottom, CILImageBase& dest);
+
+    // Pastes `patch` with its top-left sample at (x, y), cut at the image's
+    // edges, samples copied unconverted. eILNoData without pixels or patch,
+    // eILInvalidArgument for x >= width or y >= height (never clipped),
+    // eILTypeMismatch for another sample type or a mode other than
+    // eEmbedByClipping (which also raises "eMode == eEmbedByClipping").
+    // Clipping still answers eILSuccess, never eILClipped.
+    EILSTATUS embed(const CILImageBase* patch, unsigned int x, unsigned int y, eEmbedTypes eMode);
+    // Copies the image into `dest`, then pastes into `dest` as above.
+    EILSTATUS embed(CILImageBase& dest, const CILImageBase* patch, unsigned int x, unsigned int y,
+                    eEmbedTypes eMode);
+
+    // Overwrites four corner triangles with `value` (integers: truncated, low
+    // bits kept). Triangle legs are `size` pixels; the bottom test uses the
+    // WIDTH where a symmetric rule would use the height, so on a wide image the
+    // bottom triangles shrink or vanish and on a tall one they grow.
+    // size 0: eILInvalidArgument; a negative size changes nothing.
+    EILSTATUS clipCorners(float value, int size);
+
+    // Resamples to newWidth x newHeight into `dest` (re-shaped to this type).
+    // Nearest and bilinear accumulate positions in single precision; the block
+    // modes use integer blocks W / newW by H / newH, drop the remainder, and
+    // give 0 everywhere when enlarging. Integer sums wrap (4 x 255 -> 252).
+    // A block mode with a zero side is refused with eILInvalidArgument; an
+    // unknown mode answers eILSuccess without writing. downSample is the same.
+    EILSTATUS upSample(CILImageBase& dest, int newWidth, int newHeight, IL_RESAMPLEMODES mode);
+    EILSTATUS downSample(CILImageBase& dest, int newWidth, int newHeight, IL_RESAMPLEMODES mode);
+    // In place: the image takes the new sides on eILSuccess only.
+    EILSTATUS upSample(int newWidth, int newHeight, IL_RESAMPLEMODES mode);
+    EILSTATUS downSample(int newWidth, int newHeight, IL_RESAMPLEMODES mode);
+
+    // Rotates in place by `angle` degrees about the centre: nearest-sample
+    // inverse mapping in single precision, background 0. enlarge grows the
+    // image to the rotated bounding box; otherwise the sides stay and corners
+    // are cut. False without pixels or when memory runs out.
+    bool Rotate(float angle, bool enlarge);
 
     // ---- filters: median, convolution, point operations, thresholds, morphology ----
 
+    // Correlates the image with an n x n kernel (row-major, not flipped, not
+    // normalised), in place. Where the window is cut by an edge the kernel is
+    // NOT used: the pixel becomes the plain mean of its in-image samples.
+    // Integer results are floored and keep their low bits (-1 on a byte image
+    // is 255). n = 0 gives 0 everywhere. eILAllocFailed, eILOperationFailed
+    // (no data, or a null kernel some pixel would read), and eILNullArgument
+    // when the result cannot be copied back.
+    EILSTATUS filter(unsigned int n, const double* kernel);
+    // As above into `dest`, re-shaped to this image's type and sides first.
+    EILSTATUS filter(unsigned int n, const double* kernel, CILImageBase& dest);
+
+    // n x n median in place: the upper of the two middle samples for an even
+    // count, no averaging; the window is cut at the edges. Samples closer
+    // than 1e-8 count as equal. False for n = 0, no data or no memory.
+    bool Median(unsigned int n);
+    // As above into `dest`, re-shaped first (so it stays re-shaped when the
+    // filter then fails); n = 0 is refused before `dest` is touched.
+    bool Median(unsigned int n, CILImageBase& dest);
+
+    // Maps v to (v / max)^(1/g) * max with the image's own maximum; integer
+    // results are floored. False (nothing written) when the maximum is within
+    // 1e-8 of 0, or without data. g = 0 is not refused.
+    bool ApplyGamma(float g);
+    // Into `dest`'s existing buffer (never re-shaped): false when its type
+    // differs or it holds fewer samples than this image.
+    bool ApplyGamma(float g, CILImageBase& dest);
+    // REPLACES every sample v by a0 + a1 v + ... + a(n-1) v^(n-1) (include
+    // a1 = 1 to add to the image). 32-bit and double samples are rounded to
+    // float before the powers. 8- and 16-bit results truncate and keep their
+    // low bits, 32-bit ones are floored. n < 0 gives 0 everywhere, n = 0
+    // changes nothing. False without data or for null coefficients, n > 0.
+    bool polynomialAdd(int n, float* coefficients);
+    // Absolute value in place; byte and 16-bit images are unchanged and
+    // -2147483648 stays as it is. False without data.
+    bool Abs();
+
+    // Writes 1 for every sample above `t`, else 0, into `mask` (width x
+    // height bytes); the image is unchanged. The threshold is adjusted per
+    // type: byte rounds and clamps to 0..255, 16-bit truncates and keeps the
+    // low bits, 32-bit rounds, float adds 1e-5 unless t is within 0.01 of
+    // 1e-5, double adds 1e-8. A null mask turns the image itself into a byte
+    // 0/1 mask. False without data.
+    bool Threshold(float t, char* mask);
+
+    // Grey erosion (minimum) over an sx x sy rectangle cut at the edges, into
+    // a raw buffer of this image's type and size. A null `dest` works in
+    // place and answers true even when the type is unknown (false only
+    // without data or memory).
+    bool Erode(int sx, int sy, void* dest);
+    // Grey dilation (maximum), as Erode; in place it keeps the image and
+    // answers false when the filter fails. A NaN never wins either way.
+    bool Dilate(int sx, int sy, void* dest);
+
     // ---- regions and measurement: seed fill, contours, statistics, profiles, holes ----
+
+    // 8-connected seed fill in place from flat index (int)row * width + (int)col:
+    // matching samples are marked 255 a 3 x 3 block at a time, then every 255 -
+    // ANY 255 already in the image too - becomes `fillValue`, all else 0, and the
+    // seed is set regardless. Blocks wrap at the sides and are never grown around
+    // the last two rows (bar the second-to-last's first pixel). `out` (width x
+    // height samples) gets a copy. matchValue 255 (the marker) and a seed outside
+    // the image give false; otherwise a null `out` answers true.
+    bool ImageSeedFill(double row, double col, void* out, int matchValue, int fillValue);
+    // 4-connected scanline fill, in place, with the image's ROWS as the scan
+    // axis: the truncated row must lie in 1..width-2 and the column in
+    // 1..height-2 (a window transposed on non-square images; its samples beyond
+    // the buffer never match). Result as ImageSeedFill, the seed not forced.
+    // matchValue 255 or a seed outside the window: false with `out`, but true and
+    // the image unchanged with a null `out`. Segments past 65536 stacked are
+    // dropped, so a very ragged region may stay partly unfilled.
+    bool ImageSeedFill_4_Connected(double row, double col, void* out, int matchValue, int fillValue);
+
+    // Moore tracing of the object whose first sample equal to `value` is found
+    // scanning c = 0..height-1, r = width-1..0 at index r * width + c (indices
+    // past the end skipped; none found: starts at 0, 0). The walk follows
+    // neighbours EQUAL TO 1, goes round twice and is cut to one closed lap when
+    // both laps agree. `info`'s arrays need width x height + 1 entries; a walk of
+    // more than width x height points is refused (false). `out` is never written;
+    // a null `out` turns the image into an eByte image of zeros.
+    bool ContourTrace(tagContourTraceInfo* info, int value, char* out);
+    // Crack following along the pixel corners of `labels` (a byte image of this
+    // image's sides) from corner row info->nStartX, column info->nStartY (crossed
+    // on input; on output nStartX, nStartY hold the start's x and y). Corners on
+    // the last row / column are reported one less. Gaps are bridged, repeats
+    // removed, chain codes written. A walk that never closes (an object touching
+    // row 0) or needs more than width x height + 1 points is refused with false.
+    bool ContourTrace_Core(unsigned char* labels, tagContourTraceInfo* info, int value);
+    // Cuts a twice-traced chain (an odd count whose two halves agree) to its
+    // first lap plus the first point again; any other chain is left alone.
+    void RemoveMultipleEntriesInContourTrace(tagContourTraceInfo* info);
+    // Inserts straight-line points between consecutive points that are not
+    // neighbours, judging adjacency on the index x * width + y (so on tall
+    // images some distant points count as neighbours). Left unchanged when there
+    // is no gap, when memory runs out or when it would exceed width x height.
+    void SmoothContourPts(tagContourTraceInfo* info);
+    // Removes consecutive repeated points, keeping the last of each run and the
+    // order of the rest; the chain codes are not touched.
+    void RemoveMultipleEntriesInContour(tagContourTraceInfo* info);
+
+    // Statistics over rows [rowStart, rowEnd) and columns [colStart, colEnd) (an
+    // end of 0 or not beyond its start means the image's end), skipping pixels
+    // whose full-image `mask` byte is 0. Ties go to the LAST pixel for both
+    // extremes; byte and 16-bit images report positions modulo 256 / 65536.
+    // Columns past the width read on into the next row (flat index); a rectangle
+    // reaching outside the buffer is refused with eILInvalidArgument.
+    EILSTATUS getImageStats(tagImageStatsInfo* info, const char* mask, int colStart, int rowStart, int colEnd,
+                            int rowEnd);
+    // Area and coordinate sums of the samples equal to 1 from row `rowStart`
+    // on. The mask is read from ITS FIRST BYTE, so for rowStart > 0 it applies
+    // shifted up by rowStart rows. Squares and products wrap in 32 bits. Both
+    // maps (when both are given) get 1 for particle pixels and 0 elsewhere. The
+    // third argument is ignored; a negative rowStart is eILInvalidArgument.
+    EILSTATUS getImageParticleAnalysisStats(tagImageParticleAnalyzeInfo* info, const char* mask, int, int rowStart);
+    // The sample at index (int)col + (int)row * width (truncated, no
+    // interpolation) as float: a column past the width reads on into the next
+    // row. An index outside the buffer is eILInvalidArgument; eILNoData
+    // without pixels.
+    EILSTATUS getImageValueForXY(double row, double col, float* value);
+    // Row and column of the LAST sample equal to `value` in row-major order;
+    // 0, 0 when there is none. False without pixels.
+    bool getXYPosThroughScanLine(int value, double* row, double* col);
+
+    // Hole labelling on a binary image: 0 is background, any other sample
+    // object. A hole is a 4-connected region of 0s none of whose pixels lies on
+    // the image border. `labels` is re-shaped to an eLong image of this size
+    // holding 0 outside holes and 1, 2, ... per hole, numbered in row-major order
+    // of their first pixel; `holeCount` (may be null) receives their number.
+    // `labels` may be this image. eILNoData, eILAllocFailed on failure.
+    EILSTATUS LabelHolesInImage(CILImageBase& labels, uint32_t* holeCount);
+    // Sets every hole pixel (see LabelHolesInImage) to 1, in place.
+    EILSTATUS closeAllHolesInImage();
 
 protected:
     // True when the image has a buffer that holds every sample its type and
@@ -177,9 +408,64 @@ protected:
 
 private:
     // ---- private cores: arithmetic ----
+    // The smaller and larger of the two widths and of the two heights.
+    void getMinMaxWidHgt(const CILImageBase& other, uint32_t* minWidth, uint32_t* maxWidth, uint32_t* minHeight,
+                         uint32_t* maxHeight);
+    // The compound and binary image-image forms; `operation` selects + - * /.
+    CILImageBase& compound_core(const CILImageBase& other, int operation);
+    CILImageBase binary_core(const CILImageBase& other, int operation);
+    // Scalar cores: a copy of the image combined with the scalar's form of the
+    // image's own type (`scalarType`, the overload's type, is informational).
+    // Subtraction is add_core with the negated forms.
+    CILImageBase operator_add_core(QORDataTypes scalarType, unsigned char byteForm, unsigned short ushortForm,
+                                   int32_t longForm, float floatForm, double doubleForm) const;
+    CILImageBase operator_mul_core(QORDataTypes scalarType, unsigned char byteForm, unsigned short ushortForm,
+                                   int32_t longForm, float floatForm, double doubleForm) const;
+    CILImageBase operator_div_core(QORDataTypes scalarType, unsigned char byteForm, unsigned short ushortForm,
+                                   int32_t longForm, float floatForm, double doubleForm) const;
+    // s / x and s - x.
+    CILImageBase operator_onebyx_core(QORDataTypes scalarType, unsigned char byteForm, unsigned short ushortForm,
+                                      int32_t longForm, float floatForm, double doubleForm) const;
+    CILImageBase operator_oneminusx_core(QORDataTypes scalarType, unsigned char byteForm,
+                                         unsigned short ushortForm, int32_t longForm, float floatForm,
+                                         double doubleForm) const;
+    CILImageBase scalar_core(int operation, unsigned char byteForm, unsigned short ushortForm, int32_t longForm,
+                             float floatForm, double doubleForm) const;
+
+protected:
+    // s - image and s / image for an integer s on the left: the reversed
+    // cores, reached by the image object's operators with the scalar first.
+    static CILImageBase scalarMinusImage(int32_t s, const CILImageBase& image);
+    static CILImageBase scalarDividedByImage(int32_t s, const CILImageBase& image);
+
+private:
     // ---- private cores: geometry ----
+    // Copies [left, right) x [top, bottom), already clipped, into `dest`,
+    // already shaped; rows packed at stride right - left.
+    EILSTATUS crop_core_base(int left, int top, int right, int bottom, CILImageBase& dest);
+    // Resamples into `dest`, already shaped to newWidth x newHeight.
+    EILSTATUS reSample_core(int newWidth, int newHeight, IL_RESAMPLEMODES mode, CILImageBase& dest);
     // ---- private cores: filters ----
+    // The filters into a raw buffer of this image's type and size.
+    bool Filter_core(unsigned int n, const double* kernel, void* dest);
+    bool Median_core(unsigned int n, void* dest);
+    bool ApplyGamma_core(float g, void* dest);
+    void Threshold_Core(float t, char* mask);
+    bool Erode_Dilate_Core(int sx, int sy, void* dest, bool erode);
+    // The in-place paths of Erode and Dilate, with their deliberate difference.
+    bool erodeDilateInPlace(int sx, int sy, bool erode);
     // ---- private cores: regions and measurement ----
+    // The seed fills into `out` (may be null): the fill in place, then a
+    // copy of the result into `out`.
+    bool ImageSeedFill_Core(double row, double col, void* out, int matchValue, int fillValue);
+    bool ImageSeedFill_4_Connected_Core(double row, double col, void* out, int matchValue, int fillValue);
+    // The null-`out` path of both fills: `core` into a copy of the image, then
+    // copied back; true once the copy exists.
+    bool seedFillInPlace(bool (CILImageBase::*core)(double, double, void*, int, int), double row, double col,
+                         int matchValue, int fillValue);
+    // Appends the points strictly between (x1, y1) and (x2, y2) as a doubled-
+    // error line rasteriser steps them, skipping one equal to the last appended.
+    void getIntermediatePoints(int x1, int y1, int x2, int y2, std::list<int>& xs, std::list<int>& ys);
 
     bool Flip_core(void* dest);
     bool Mirror_core(void* dest);

@@ -55,6 +55,75 @@ struct _tagUSHORT_POINT {
     unsigned short y;
 };
 
+// Method of upSample/downSample. Any other value is accepted and writes
+// nothing (the destination keeps unspecified contents).
+enum IL_RESAMPLEMODES : int32_t {
+    eResampleNearest = 1,  // nearest sample, positions accumulated in single precision
+    eResampleAverage = 2,  // mean of an integer-sized block
+    eResampleSum = 3,      // sum of an integer-sized block (integer results wrap)
+    eResampleBilinear = 4  // bilinear between the four neighbours
+};
+
+// How embed places a patch. Only eEmbedByClipping is supported.
+enum eEmbedTypes : int32_t {
+    eEmbedByClipping = 1
+};
+
+// Smoothing method of CILImage::filter. eSmoothUnsupported names a method that
+// was never settled and is refused; values beyond eSmoothMedianFilter are
+// refused as invalid.
+enum eSmoothFilterTypes : int32_t {
+    eSmoothUndefined = 0,
+    eSmoothBoxFilter = 1,     // n x n mean
+    eSmoothUnsupported = 2,   // refused with eILOperationFailed
+    eSmoothMedianFilter = 3   // n x n median
+};
+
+// A traced contour: a chain of pixel positions with the chain code of each
+// step (0 right, 1 right-down, 2 down, 3 left-down, 4 left, 5 left-up, 6 up,
+// 7 right-up; y grows downward). The caller owns the three arrays and sizes
+// each for width x height + 1 entries: the record carries no capacity.
+struct tagContourTraceInfo {
+    int32_t nNumPoints;    // points in the chain
+    int32_t* pXPoints;     // column of each point
+    int32_t* pYPoints;     // row of each point
+    int32_t nStartX;       // start position (see CILImageBase::ContourTrace_Core)
+    int32_t nStartY;
+    int32_t* pDirections;  // chain code of the step from each point to the next
+};
+
+// Result of CILImageBase::getImageStats.
+struct tagImageStatsInfo {
+    double dMin;
+    double dMax;
+    double dMean;
+    double dStdDev;  // sample standard deviation (divides by n - 1)
+    double dMinRow;
+    double dMinCol;
+    double dMaxRow;
+    double dMaxCol;
+    double dSum;
+    uint32_t nCount;     // samples taken; always written
+    bool bComputeStats;  // input: false writes nCount only
+};
+
+// Result of CILImageBase::getImageParticleAnalysisStats over the samples
+// equal to 1. Centroid: dSumX / dArea, dSumY / dArea.
+struct tagImageParticleAnalyzeInfo {
+    int64_t nReserved1;        // not used by the library
+    double dArea;              // particle pixels
+    double dSumX;              // sum of columns
+    double dSumY;              // sum of rows
+    double dSumXX;             // sum of column^2
+    double dSumYY;             // sum of row^2
+    double dSumXY;             // sum of column x row
+    int64_t nReserved2;        // not used by the library
+    uint32_t* pParticleMap;    // width x height entries (1 particle, 0 not), or null
+    uint32_t* pParticleMap2;   // a second copy of the same map, or null
+    uint32_t nLastRow;         // last particle pixel in scan order (0 if none)
+    uint32_t nLastCol;
+};
+
 // Tolerant comparison and rounding with an absolute tolerance of 1e-8.
 class IMAGELIB_API CILMathFns {
 public:

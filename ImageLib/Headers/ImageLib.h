@@ -7,6 +7,7 @@
 #include "ILImageBase.h"
 #include "IL1DData.h"
 #include "ILHistogram.h"
+#include "ILLineProfile.h"
 #include "ILDisplayRange.h"
 #include "ILROIObject.h"
 #include "ILPalette.h"

@@ -1,9 +1,5 @@
-// ILImage_Procs.cpp - CILImage measurement and display members.
-//
-// The histogram over the image's mask is implemented here. Line profile,
-// region statistics and display pixel generation report failure until their
-// implementations land; the virtual slots exist now so that the object layout
-// stays fixed.
+// ILImage_Procs.cpp - CILImage measurement: the histogram over the image's
+// mask. Line profiles and region statistics live in ILImage_Procs_Regions.cpp.
 #include "ILImage.h"
 #include "ILHistogram.h"
 #include "ILImageBase_templates.h"
@@ -66,8 +62,4 @@ bool CILImage::Histogram(CILHistogram& hist)
     std::free(counters);
     return filled;
 }
-
-int CILImage::lineProfile(CILLineProfile&) { return 0; }
-
-EILSTATUS CILImage::imageStats(tagImageStatsInfo*, bool, const char*, int, int) { return eILOperationFailed; }
 
