@@ -4,6 +4,7 @@
 #ifndef IMAGELIB_ILIMAGEBASE_TEMPLATES_H
 #define IMAGELIB_ILIMAGEBASE_TEMPLATES_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include <limits>
@@ -38,6 +39,19 @@ inline bool ILDispatchSampleType(int32_t type, Kernel&& kernel)
     case eDouble: kernel(ILSampleTag<double>()); return true;
     default: return false;
     }
+}
+
+// Bytes per sample of the five sample types through the dispatcher; 0 for any
+// other value, without raising an assertion.
+struct ILSampleBytesOf {
+    size_t* bytes;
+    template <typename Tag> void operator()(Tag) const { *bytes = sizeof(typename Tag::type); }
+};
+inline size_t ILSampleBytes(int32_t type)
+{
+    size_t bytes = 0;
+    ILDispatchSampleType(type, ILSampleBytesOf{&bytes});
+    return bytes;
 }
 
 // Truncates toward zero to a signed 32-bit integer. NaN and values outside the

@@ -15,17 +15,7 @@
 namespace {
 
 // Bytes per sample without the assertion, for internal size checks.
-size_t sampleBytesOf(int32_t type)
-{
-    switch (type) {
-    case eByte: return 1;
-    case eUShort: return 2;
-    case eLong:
-    case eFloat: return 4;
-    case eDouble: return 8;
-    default: return 0;
-    }
-}
+size_t sampleBytesOf(int32_t type) { return ILSampleBytes(type); }
 
 // The pixel count of a width x height canvas, or -1 when a side is negative or
 // the product does not fit the signed 32-bit size every image must have.

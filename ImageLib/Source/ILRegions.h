@@ -22,13 +22,4 @@ inline bool ILSampleEqualsInt(T sample, int value)
         return sample == static_cast<T>(value);
 }
 
-// Bytes per sample of the five sample types; 0 for any other value, without
-// raising an assertion.
-inline size_t ILSampleBytes(int32_t type)
-{
-    size_t bytes = 0;
-    ILDispatchSampleType(type, [&](auto tag) { bytes = sizeof(typename decltype(tag)::type); });
-    return bytes;
-}
-
 #endif
