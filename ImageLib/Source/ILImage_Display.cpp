@@ -86,7 +86,7 @@ bool mapThroughTable(const unsigned char* data, uint32_t width, uint32_t height,
     if constexpr (sizeof(T) <= 2 && std::is_integral<T>::value) {
         // Building the table only pays off when the image has more pixels
         // than the table has entries.
-        if (static_cast<uint64_t>(width) * height < (uint64_t(1) << (8 * sizeof(T)))) return false;
+        if (width == 0 || static_cast<uint64_t>(width) * height < (uint64_t(1) << (8 * sizeof(T)))) return false;
         std::vector<unsigned char> table;
         if (!buildDisplayTable<T>(palette, gamma, channels, table)) return false;
         // Entries are padded to four bytes so that each pixel is one 4-byte
@@ -104,16 +104,14 @@ bool mapThroughTable(const unsigned char* data, uint32_t width, uint32_t height,
             std::memcpy(&wide[v], entry, 4);
         }
         const T* samples = reinterpret_cast<const T*>(data);
-        const size_t total = static_cast<size_t>(width) * height;
-        size_t done = 0;
+        const uint32_t* entries = wide.data();
         for (uint32_t i = 0; i < height; ++i) {
             const T* in = samples + static_cast<size_t>(flip ? height - 1 - i : i) * width;
-            for (uint32_t x = 0; x < width; ++x, out += channels, ++done) {
-                if (done + 1 < total || channels == 4)
-                    std::memcpy(out, &wide[in[x]], 4);
-                else
-                    std::memcpy(out, &wide[in[x]], 3);
-            }
+            // The last pixel of the last row is stored on its own: its spare
+            // byte would land past the buffer.
+            const uint32_t full = (i + 1 == height && channels == 3) ? width - 1 : width;
+            for (uint32_t x = 0; x < full; ++x, out += channels) std::memcpy(out, &entries[in[x]], 4);
+            if (full != width) std::memcpy(out, &entries[in[width - 1]], 3);
         }
         return true;
     } else {
