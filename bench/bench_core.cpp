@@ -37,6 +37,23 @@ template <typename T> void ours_minmax(benchmark::State& state)
     double mean;
     for (auto _ : state) benchmark::DoNotOptimize(image.getMinMax(&mn, &mx, &mean, nullptr, nullptr, nullptr));
 }
+// The survey as the image's statistics refresh asks for it: all outputs.
+template <typename T> void ours_refresh(benchmark::State& state)
+{
+    CILImage image = randomImage<T>();
+    for (auto _ : state) image.RefreshImageStats();
+}
+template <typename T> void peer_refresh(benchmark::State& state)
+{
+    cv::Mat m = randomMat<T>();
+    double mn, mx;
+    for (auto _ : state) {
+        cv::minMaxLoc(m, &mn, &mx);
+        benchmark::DoNotOptimize(cv::mean(m));
+        benchmark::DoNotOptimize(cv::countNonZero(m));
+    }
+}
+
 template <typename T> void peer_minmax(benchmark::State& state)
 {
     cv::Mat m = randomMat<T>();
@@ -108,6 +125,8 @@ CORE_BENCH3(minmax, uint16_t, "u16", copy_read)
 CORE_BENCH3(minmax, int32_t, "i32", copy_read)
 CORE_BENCH3(minmax, float, "f32", copy_read)
 CORE_BENCH3(minmax, double, "f64", copy_read)
+CORE_BENCH3(refresh, uint8_t, "u8", copy_read)
+CORE_BENCH3(refresh, uint16_t, "u16", copy_read)
 BENCHMARK(ours_histogram)->Name("ours/histogram4096/u16");
 BENCHMARK(peer_histogram)->Name("peer/histogram4096/u16");
 BENCHMARK_TEMPLATE(ours_display, uint8_t)->Name("ours/display/u8");

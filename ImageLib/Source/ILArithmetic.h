@@ -136,4 +136,18 @@ inline bool ILApplyScalar(int32_t type, void* data, size_t count, ILArithmeticOp
     });
 }
 
+// The fast forms of the element loops, with the same bytes as the plain ones
+// (ILImageBase_OpOvrld_Fast.cpp).
+//
+// ILApplyScalarFast: out[i] = in[i] op f (f op in[i] for the reversed
+// operations) with the form of the buffers' type, as ILApplyScalar does in
+// place; `in` and `out` are the same buffer or do not overlap.
+// ILCombineSameTypeFast: out[i] = a[i] op b[i] for two buffers of one type,
+// a divisor equal to 0 giving 0 (the image-image rule); `out` is `a`, or
+// overlaps neither.
+// Both return false for an unknown sample type, with nothing written.
+bool ILApplyScalarFast(int32_t type, const void* in, void* out, size_t count, ILArithmeticOp op,
+                       const ILScalarForms& forms);
+bool ILCombineSameTypeFast(int32_t type, const void* a, const void* b, void* out, size_t count, ILArithmeticOp op);
+
 #endif

@@ -2,8 +2,10 @@
 // canvas resizing, type conversion and the minimum/maximum scan.
 #include "ILImageBase.h"
 #include "ILImageBase_templates.h"
+#include "ILCpuDispatch.h"
 #include "ILInternal.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -109,74 +111,114 @@ void scanMinMax(const T* samples, size_t count, const char* mask, bool wantExtre
     }
 }
 
-// The exact sum of integer samples. Small samples are summed in blocks into
-// 32-bit partial sums that cannot overflow, which vectorises well.
+// The exact sum of a block of integer samples; small unsigned samples are
+// summed into a 32-bit partial sum, which cannot overflow in a block of at
+// most 65536 samples and vectorises well.
 template <typename T>
-int64_t exactSum(const T* samples, size_t count)
+int64_t exactBlockSum(const T* samples, size_t count)
 {
-    int64_t sum = 0;
     if constexpr (sizeof(T) <= 2 && std::is_unsigned<T>::value) {
-        const size_t block = 65536;  // 65536 * 65535 < 2^32
-        for (size_t start = 0; start < count; start += block) {
-            const size_t end = start + block < count ? start + block : count;
-            uint32_t partial = 0;
-            for (size_t i = start; i < end; ++i) partial += samples[i];
-            sum += partial;
-        }
+        uint32_t partial = 0;
+        for (size_t i = 0; i < count; ++i) partial += samples[i];
+        return partial;
     } else {
+        int64_t sum = 0;
         for (size_t i = 0; i < count; ++i) sum += samples[i];
+        return sum;
     }
-    return sum;
 }
 
 // The same survey for integer samples without a mask, as plain reductions the
-// compiler can vectorise. Integers compare exactly, so the extremes do not
-// depend on the order; the sum is gathered exactly in 64 bits and is only
+// compiler can vectorise, block by block so that each block is still in cache
+// for its second and third pass. Integers compare exactly, so the extremes do
+// not depend on the order; the sum is gathered exactly in 64 bits and is only
 // used when every partial sum of the ordered double sum would have been exact
 // too (below 2^53), so the mean is bit for bit the same. Returns false when
 // that cannot be guaranteed; the caller then runs the ordered scan.
 template <typename T>
-bool scanMinMaxIntegerFast(const T* samples, size_t count, bool wantExtremes, bool wantNonZero, MinMaxScan<T>& scan)
+__attribute__((always_inline)) inline bool scanMinMaxIntegerFast(const T* samples, size_t count, bool wantExtremes,
+                                                                 bool wantNonZero, MinMaxScan<T>& scan)
 {
     static_assert(std::is_integral<T>::value, "integer samples only");
     const uint64_t largestMagnitude = std::is_signed<T>::value ? (uint64_t(1) << 31) : std::numeric_limits<T>::max();
     if (count != 0 && largestMagnitude > (uint64_t(1) << 53) / count) return false;
     if (count == 0) return true;
-    if (wantExtremes) {
-        T mn = samples[0], mx = samples[0];
-        for (size_t i = 0; i < count; ++i) {
-            const T v = samples[i];
-            mn = v < mn ? v : mn;
-            mx = v > mx ? v : mx;
+    const size_t block = 16384;
+    const T high = std::numeric_limits<T>::max(), low = std::numeric_limits<T>::lowest();
+    T mn = samples[0], mx = samples[0];
+    int64_t sum = 0;
+    // Zeros are replaced by values that cannot win, so the non-zero extremes
+    // are branch-free reductions too (written with masks so they vectorise).
+    T nzMin = high, nzMax = low, any = 0;
+    for (size_t start = 0; start < count; start += block) {
+        const T* in = samples + start;
+        const size_t n = count - start < block ? count - start : block;
+        if (wantExtremes) {
+            for (size_t i = 0; i < n; ++i) {
+                const T v = in[i];
+                mn = v < mn ? v : mn;
+                mx = v > mx ? v : mx;
+            }
+            sum += exactBlockSum(in, n);
         }
+        if (wantNonZero) {
+            if constexpr (std::is_unsigned<T>::value) {
+                // v - 1 wraps a zero to the largest value, which cannot be
+                // the smallest non-zero one; the largest sample is the
+                // largest non-zero one whenever there is one.
+                T belowMin = high;
+                for (size_t i = 0; i < n; ++i) {
+                    const T v = in[i];
+                    const T less = static_cast<T>(v - 1);
+                    belowMin = less < belowMin ? less : belowMin;
+                    nzMax = v > nzMax ? v : nzMax;
+                    any = static_cast<T>(any | v);
+                }
+                const T candidate = static_cast<T>(belowMin + 1);
+                nzMin = candidate != 0 && candidate < nzMin ? candidate : nzMin;
+            } else {
+                for (size_t i = 0; i < n; ++i) {
+                    const T v = in[i];
+                    const T zero = static_cast<T>(v == 0);
+                    nzMin = std::min(nzMin, static_cast<T>(v + zero * high));
+                    nzMax = std::max(nzMax, static_cast<T>(v + zero * low));
+                    any = static_cast<T>(any | v);
+                }
+            }
+        }
+    }
+    if (wantExtremes) {
         scan.min = mn;
         scan.max = mx;
-        scan.sum = static_cast<double>(exactSum(samples, count));
+        scan.sum = static_cast<double>(sum);
         scan.count = count;
     }
-    if (wantNonZero) {
-        T nzMin = std::numeric_limits<T>::max(), nzMax = std::numeric_limits<T>::lowest();
-        bool any = false;
-        for (size_t i = 0; i < count; ++i) {
-            const T v = samples[i];
-            const bool nonZero = v != 0;
-            any |= nonZero;
-            nzMin = (nonZero && v < nzMin) ? v : nzMin;
-            nzMax = (nonZero && v > nzMax) ? v : nzMax;
-        }
-        if (any) {
-            scan.nonZeroMin = nzMin;
-            scan.nonZeroMax = nzMax;
-        }
+    if (wantNonZero && any != 0) {
+        scan.nonZeroMin = nzMin;
+        scan.nonZeroMax = nzMax;
     }
     return true;
 }
+
+#if IL_HAVE_AVX2_KERNELS
+// The same reductions built for AVX2, chosen at run time on processors that
+// have it; integer results do not depend on the vector width.
+template <typename T>
+IL_TARGET_AVX2 bool scanMinMaxIntegerAvx2(const T* samples, size_t count, bool wantExtremes, bool wantNonZero,
+                                          MinMaxScan<T>& scan)
+{
+    return scanMinMaxIntegerFast(samples, count, wantExtremes, wantNonZero, scan);
+}
+#endif
 
 template <typename T>
 void surveySamples(const T* samples, size_t count, const char* mask, bool wantExtremes, bool wantNonZero,
                    MinMaxScan<T>& scan)
 {
     if constexpr (std::is_integral<T>::value) {
+#if IL_HAVE_AVX2_KERNELS
+        if (!mask && ilCpuHasAvx2() && scanMinMaxIntegerAvx2(samples, count, wantExtremes, wantNonZero, scan)) return;
+#endif
         if (!mask && scanMinMaxIntegerFast(samples, count, wantExtremes, wantNonZero, scan)) return;
     }
     scanMinMax(samples, count, mask, wantExtremes, wantNonZero, scan);
@@ -242,11 +284,21 @@ void CILImageBase::freeBuffer()
 
 bool CILImageBase::InitWithType(QORDataTypes type, int32_t width, int32_t height)
 {
-    freeBuffer();
     const size_t sampleBytes = get_reqsizefortype(type);
     const int64_t count = checkedPixelCount(width, height);
+    const size_t bytes = count < 0 ? 0 : static_cast<size_t>(count) * sampleBytes;
+    // A buffer of exactly the new byte size is kept: its contents are
+    // undefined either way, and re-shaping a destination of the same size
+    // over and over then costs no fresh pages.
+    if (count >= 0 && m_data && m_allocatedBytes == bytes) {
+        m_datatype = type;
+        m_width = static_cast<uint32_t>(width);
+        m_height = static_cast<uint32_t>(height);
+        m_sizeinbytes = bytes;
+        return true;
+    }
+    freeBuffer();
     if (count < 0) return false;
-    const size_t bytes = static_cast<size_t>(count) * sampleBytes;
     unsigned char* buffer = static_cast<unsigned char*>(std::malloc(bytes));
     if (!buffer) return false;
     m_data = buffer;

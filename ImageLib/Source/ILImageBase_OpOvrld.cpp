@@ -46,8 +46,39 @@ template <typename T> T sampleOrPadding(const T* samples, uint32_t width, uint32
     return (x < width && y < height) ? samples[static_cast<size_t>(y) * width + x] : T(0);
 }
 
+// The canvas row by row: where both operands have samples the fast loop of
+// the type combines them, the rest of a row is combined with the padding.
+// Operands of the canvas's own sides are one run.
+template <typename T, typename Combine>
+void combineOnCanvasFast(const T* a, uint32_t aWidth, uint32_t aHeight, const T* b, uint32_t bWidth,
+                         uint32_t bHeight, T* out, uint32_t width, uint32_t height, Combine combine,
+                         ILArithmeticOp op, int32_t type)
+{
+    if (aWidth == width && bWidth == width && aHeight == height && bHeight == height) {
+        ILCombineSameTypeFast(type, a, b, out, static_cast<size_t>(width) * height, op);
+        return;
+    }
+    for (uint32_t y = 0; y < height; ++y) {
+        const uint32_t aRow = y < aHeight ? aWidth : 0, bRow = y < bHeight ? bWidth : 0;
+        const uint32_t shared = aRow < bRow ? aRow : bRow;
+        T* row = out + static_cast<size_t>(y) * width;
+        if (shared > 0)
+            ILCombineSameTypeFast(type, a + static_cast<size_t>(y) * aWidth, b + static_cast<size_t>(y) * bWidth, row,
+                                  shared, op);
+        for (uint32_t x = shared; x < width; ++x) {
+            const T left = sampleOrPadding(a, aWidth, aHeight, x, y);
+            const T right = sampleOrPadding(b, bWidth, bHeight, x, y);
+            if (std::is_same<Combine, ILDivideOp>::value && right == T(0))
+                row[x] = T(0);
+            else
+                row[x] = combine(left, right);
+        }
+    }
+}
+
 // out = a op b on the W x H canvas, each operand anchored at the top-left
 // corner. Division by a zero divisor gives 0 for every type, floats included.
+// This is the plain form of combineOnCanvasFast.
 template <typename T, typename Combine>
 void combineOnCanvas(const T* a, uint32_t aWidth, uint32_t aHeight, const T* b, uint32_t bWidth, uint32_t bHeight,
                      T* out, uint32_t width, uint32_t height, Combine combine)
@@ -95,6 +126,11 @@ CILImageBase& CILImageBase::compound_core(const CILImageBase& other, int operati
     // pairing stays inside them; without both buffers nothing is combined.
     const uint32_t count = minWidth * minHeight;
     if (count == 0 || !hasPixels() || !other.hasPixels()) return *this;
+    // One type on both sides: the cast is the identity and the fast loop
+    // gives the same bytes.
+    if (m_datatype == other.m_datatype &&
+        ILCombineSameTypeFast(m_datatype, m_data, other.m_data, m_data, count, static_cast<ILArithmeticOp>(operation)))
+        return *this;
     const bool knownTypes = ILDispatchSampleType(m_datatype, [&](auto targetTag) {
         using A = typename decltype(targetTag)::type;
         const bool knownSource = ILDispatchSampleType(other.m_datatype, [&](auto sourceTag) {
@@ -124,21 +160,27 @@ CILImageBase CILImageBase::binary_core(const CILImageBase& other, int operation)
     if (m_datatype != other.m_datatype || !hasPixels() || !other.hasPixels()) return emptyResult();
     uint32_t minWidth, width, minHeight, height;
     getMinMaxWidHgt(other, &minWidth, &width, &minHeight, &height);
-    CILImageBase result;
-    // A canvas that cannot be allocated (or does not fit) gives an empty image.
-    if (width > INT32_MAX || height > INT32_MAX ||
-        !result.InitWithType(m_datatype, static_cast<int32_t>(width), static_cast<int32_t>(height)))
-        return result;
-    const bool known = ILDispatchSampleType(m_datatype, [&](auto tag) {
-        using T = typename decltype(tag)::type;
-        ILDispatchOperation(static_cast<ILArithmeticOp>(operation), [&](auto combine) {
-            combineOnCanvas(reinterpret_cast<const T*>(m_data), m_width, m_height,
-                            reinterpret_cast<const T*>(other.m_data), other.m_width, other.m_height,
-                            reinterpret_cast<T*>(result.m_data), width, height, combine);
+    // Every path of `combined` returns its one result object, which is
+    // therefore built in place of the returned image instead of copied into it.
+    auto combined = [&]() {
+        CILImageBase result;
+        // A canvas that cannot be allocated (or does not fit) gives an empty image.
+        if (width > INT32_MAX || height > INT32_MAX ||
+            !result.InitWithType(m_datatype, static_cast<int32_t>(width), static_cast<int32_t>(height)))
+            return result;
+        const bool known = ILDispatchSampleType(m_datatype, [&](auto tag) {
+            using T = typename decltype(tag)::type;
+            ILDispatchOperation(static_cast<ILArithmeticOp>(operation), [&](auto combine) {
+                combineOnCanvasFast(reinterpret_cast<const T*>(m_data), m_width, m_height,
+                                    reinterpret_cast<const T*>(other.m_data), other.m_width, other.m_height,
+                                    reinterpret_cast<T*>(result.m_data), width, height, combine,
+                                    static_cast<ILArithmeticOp>(operation), m_datatype);
+            });
         });
-    });
-    if (!known) IL_ASSERT_UNKNOWN_TYPE();
-    return result;
+        if (!known) IL_ASSERT_UNKNOWN_TYPE();
+        return result;
+    };
+    return combined();
 }
 
 CILImageBase CILImageBase::operator+(const CILImageBase& other) { return binary_core(other, eILOpAdd); }
@@ -152,14 +194,21 @@ CILImageBase CILImageBase::scalar_core(int operation, unsigned char byteForm, un
                                        int32_t longForm, float floatForm, double doubleForm) const
 {
     if (!hasPixels()) return emptyResult();
-    CILImageBase result;
-    // A failed allocation leaves the result empty.
-    if (!result.setImageData(m_data, m_datatype, static_cast<int>(m_width), static_cast<int>(m_height), true))
-        return result;
     const ILScalarForms forms = {byteForm, ushortForm, longForm, floatForm, doubleForm};
-    if (!ILApplyScalar(m_datatype, result.m_data, pixelCount(), static_cast<ILArithmeticOp>(operation), forms))
-        IL_ASSERT_UNKNOWN_TYPE();
-    return result;
+    // As in binary_core, one result object on every path of `computed`, built
+    // in place of the returned image. The samples are computed straight into
+    // it rather than copied and then changed in place.
+    auto computed = [&]() {
+        CILImageBase result;
+        // A failed allocation leaves the result empty.
+        if (!result.InitWithType(m_datatype, static_cast<int32_t>(m_width), static_cast<int32_t>(m_height)))
+            return result;
+        if (!ILApplyScalarFast(m_datatype, m_data, result.m_data, pixelCount(), static_cast<ILArithmeticOp>(operation),
+                               forms))
+            IL_ASSERT_UNKNOWN_TYPE();
+        return result;
+    };
+    return computed();
 }
 
 CILImageBase CILImageBase::operator_add_core(QORDataTypes, unsigned char byteForm, unsigned short ushortForm,

@@ -5,8 +5,11 @@
 // buffer of the image's type and size, the destination form re-shapes the
 // destination and runs the core into it, and the in-place form runs the core
 // into a temporary and copies it back. The pixel work itself is done by the
-// reference kernels of ILFilterKernels.h.
+// reference kernels of ILFilterKernels.h, except where the fast convolution
+// of ILFastConvolution.h applies (it gives the same bytes).
 #include "ILImageBase.h"
+#include "ILFastConvolution.h"
+#include "ILFastFilterKernels.h"
 #include "ILFilterKernels.h"
 #include "ILImageBase_templates.h"
 #include "ILInternal.h"
@@ -43,6 +46,8 @@ bool CILImageBase::Filter_core(unsigned int n, const double* kernel, void* dest)
         const bool kernelRead = n >= 1 && m_width >= n && m_height >= n;
         if (!kernel && kernelRead) {
             ok = false;
+        } else if (ilConvolveFast(m_datatype, m_data, dest, m_width, m_height, n, kernel)) {
+            ok = true;
         } else {
             ok = ILDispatchSampleType(m_datatype, [&](auto tag) {
                 using T = typename decltype(tag)::type;
@@ -84,7 +89,9 @@ bool CILImageBase::Median_core(unsigned int n, void* dest)
     double* window = ilAllocateWindow(n, 2);
     if (!window) return false;
     bool ok = true;
-    if (m_height >= 1) {
+    // The fast kernels give the reference kernel's bytes; they decline only
+    // when their work memory cannot be had.
+    if (m_height >= 1 && !ilMedianFast(m_datatype, m_data, dest, m_width, m_height, n, window)) {
         ok = ILDispatchSampleType(m_datatype, [&](auto tag) {
             using T = typename decltype(tag)::type;
             ilMedianReference(reinterpret_cast<const T*>(m_data), static_cast<T*>(dest), m_width, m_height, n, window);

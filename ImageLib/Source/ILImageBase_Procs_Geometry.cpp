@@ -7,6 +7,7 @@
 // resampling and rotation are single precision, as the application expects
 // the exact samples this produces.
 #include "ILImageBase.h"
+#include "ILFastResample.h"
 #include "ILImageBase_templates.h"
 #include "ILInternal.h"
 
@@ -47,18 +48,6 @@ CropBounds clipCropBounds(int left, int top, int right, int bottom, uint32_t wid
 
 // ---- resampling -----------------------------------------------------------
 
-// The source index a non-negative position truncates to, kept inside
-// [0, limit - 1]. Repeated single-precision addition can drift past the
-// last index on very long rows; such a position reads the last sample
-// instead of the memory behind the row.
-uint32_t truncatedIndex(float position, uint32_t limit)
-{
-    if (!(position > 0.0f)) return 0;
-    if (!(position < 4294967296.0f)) return limit - 1;
-    const uint32_t index = static_cast<uint32_t>(position);
-    return index < limit ? index : limit - 1;
-}
-
 struct Grid {
     uint32_t width, height;
 };
@@ -69,10 +58,10 @@ template <typename T> void resampleNearest(const T* src, Grid from, T* dst, Grid
     const float stepY = to.height > 0 ? static_cast<float>(from.height) / static_cast<float>(to.height) : 0.0f;
     float rowPosition = 0.0f;
     for (uint32_t j = 0; j < to.height; ++j) {
-        const T* row = src + static_cast<size_t>(truncatedIndex(rowPosition, from.height)) * from.width;
+        const T* row = src + static_cast<size_t>(ilTruncatedIndex(rowPosition, from.height)) * from.width;
         float columnPosition = 0.0f;
         for (uint32_t i = 0; i < to.width; ++i) {
-            *dst++ = row[truncatedIndex(columnPosition, from.width)];
+            *dst++ = row[ilTruncatedIndex(columnPosition, from.width)];
             columnPosition += stepX;
         }
         rowPosition += stepY;
@@ -90,14 +79,14 @@ template <typename T> void resampleBilinear(const T* src, Grid from, T* dst, Gri
         to.height > 1 ? static_cast<float>(from.height - 1) / static_cast<float>(to.height - 1) : 0.0f;
     float rowPosition = 0.0f;
     for (uint32_t j = 0; j < to.height; ++j) {
-        const uint32_t y0 = truncatedIndex(rowPosition, from.height);
+        const uint32_t y0 = ilTruncatedIndex(rowPosition, from.height);
         const float fy = rowPosition - static_cast<float>(y0);
         const uint32_t y1 = y0 + 1 < from.height ? y0 + 1 : from.height - 1;
         const T* upper = src + static_cast<size_t>(y0) * from.width;
         const T* lower = src + static_cast<size_t>(y1) * from.width;
         float columnPosition = 0.0f;
         for (uint32_t i = 0; i < to.width; ++i) {
-            const uint32_t x0 = truncatedIndex(columnPosition, from.width);
+            const uint32_t x0 = ilTruncatedIndex(columnPosition, from.width);
             const float fx = columnPosition - static_cast<float>(x0);
             const uint32_t x1 = x0 + 1 < from.width ? x0 + 1 : from.width - 1;
             const Acc wx0 = static_cast<Acc>(1.0f - fx), wx1 = static_cast<Acc>(fx);
@@ -148,10 +137,15 @@ EILSTATUS resampleSamples(const T* src, Grid from, T* dst, Grid to, IL_RESAMPLEM
         if (emptyResult) break;
         // There is no sample to pick or interpolate from.
         if (emptySource) return eILNoData;
-        if (mode == eResampleNearest)
-            resampleNearest(src, from, dst, to);
-        else
-            resampleBilinear(src, from, dst, to);
+        // The fast paths give the same bytes; without their work memory the
+        // plain kernels run.
+        if (mode == eResampleNearest) {
+            if (!ilResampleNearestFast(src, from.width, from.height, dst, to.width, to.height))
+                resampleNearest(src, from, dst, to);
+        } else {
+            if (!ilResampleBilinearFast(src, from.width, from.height, dst, to.width, to.height))
+                resampleBilinear(src, from, dst, to);
+        }
         break;
     case eResampleAverage:
     case eResampleSum:

@@ -5,6 +5,7 @@
 // temporary back and answers true whatever the filter did, Dilate copies back
 // only a finished result and passes the filter's answer on.
 #include "ILImageBase.h"
+#include "ILFastFilterKernels.h"
 #include "ILFilterKernels.h"
 #include "ILImageBase_templates.h"
 #include "ILInternal.h"
@@ -16,6 +17,9 @@
 bool CILImageBase::Erode_Dilate_Core(int sx, int sy, void* dest, bool erode)
 {
     if (!hasPixels() || !dest) return false;
+    // The fast kernel gives the reference kernel's bytes; it declines only
+    // when its row buffers cannot be had.
+    if (ilErodeDilateFast(m_datatype, m_data, dest, m_width, m_height, sx, sy, erode)) return true;
     return ILDispatchSampleType(m_datatype, [&](auto tag) {
         using T = typename decltype(tag)::type;
         ilErodeDilateReference(reinterpret_cast<const T*>(m_data), static_cast<T*>(dest), m_width, m_height, sx, sy,

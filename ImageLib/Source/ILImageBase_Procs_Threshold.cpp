@@ -4,6 +4,7 @@
 // The threshold is first brought to each sample type by its own rule (the
 // table below); those per-type differences are relied on by the application.
 #include "ILImageBase.h"
+#include "ILCpuDispatch.h"
 #include "ILImageBase_templates.h"
 #include "ILInternal.h"
 
@@ -56,6 +57,108 @@ void thresholdSamples(const T* samples, size_t count, T limit, char* mask)
     for (size_t i = 0; i < count; ++i) mask[i] = samples[i] > limit ? 1 : 0;
 }
 
+#if IL_HAVE_AVX2_KERNELS
+
+// The AVX2 form of thresholdSamples for 32 samples at a time: each lane
+// compares as the plain loop does (unsigned for the unsigned types, NaN never
+// above), and the lane masks (all ones or zero) are narrowed to bytes and cut
+// to 1 or 0. Returns how many samples it covered.
+IL_TARGET_AVX2 inline __m256i unsignedAbove(__m256i v, __m256i limit, __m256i signBits, bool bytes)
+{
+    return bytes ? _mm256_cmpgt_epi8(_mm256_xor_si256(v, signBits), _mm256_xor_si256(limit, signBits))
+                 : _mm256_cmpgt_epi16(_mm256_xor_si256(v, signBits), _mm256_xor_si256(limit, signBits));
+}
+
+// Four vectors of 32-bit lane masks, in order, as 32 bytes.
+IL_TARGET_AVX2 inline __m256i narrowMasks32(__m256i m0, __m256i m1, __m256i m2, __m256i m3)
+{
+    const __m256i bytes = _mm256_packs_epi16(_mm256_packs_epi32(m0, m1), _mm256_packs_epi32(m2, m3));
+    return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+
+IL_TARGET_AVX2 inline void storeMask32(char* mask, __m256i lanes)
+{
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(mask), _mm256_and_si256(lanes, _mm256_set1_epi8(1)));
+}
+
+IL_TARGET_AVX2 size_t thresholdAvx2(const uint8_t* s, size_t count, uint8_t limit, char* mask)
+{
+    const __m256i l = _mm256_set1_epi8(static_cast<char>(limit)), sign = _mm256_set1_epi8(static_cast<char>(0x80));
+    size_t i = 0;
+    for (; count - i >= 32; i += 32)
+        storeMask32(mask + i, unsignedAbove(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i)), l, sign, true));
+    return i;
+}
+IL_TARGET_AVX2 size_t thresholdAvx2(const uint16_t* s, size_t count, uint16_t limit, char* mask)
+{
+    const __m256i l = _mm256_set1_epi16(static_cast<short>(limit)), sign = _mm256_set1_epi16(static_cast<short>(0x8000));
+    size_t i = 0;
+    for (; count - i >= 32; i += 32) {
+        const __m256i m0 = unsignedAbove(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i)), l, sign, false);
+        const __m256i m1 = unsignedAbove(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i + 16)), l, sign, false);
+        storeMask32(mask + i, _mm256_permute4x64_epi64(_mm256_packs_epi16(m0, m1), 0xD8));
+    }
+    return i;
+}
+// Eight 32-bit lane masks: s[0..7] > limit.
+IL_TARGET_AVX2 inline __m256i above8(const int32_t* s, int32_t limit)
+{
+    return _mm256_cmpgt_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s)), _mm256_set1_epi32(limit));
+}
+IL_TARGET_AVX2 inline __m256i above8(const float* s, float limit)
+{
+    return _mm256_castps_si256(_mm256_cmp_ps(_mm256_loadu_ps(s), _mm256_set1_ps(limit), _CMP_GT_OQ));
+}
+
+template <typename T> IL_TARGET_AVX2 size_t threshold32Avx2(const T* s, size_t count, T limit, char* mask)
+{
+    size_t i = 0;
+    for (; count - i >= 32; i += 32)
+        storeMask32(mask + i, narrowMasks32(above8(s + i, limit), above8(s + i + 8, limit), above8(s + i + 16, limit),
+                                            above8(s + i + 24, limit)));
+    return i;
+}
+IL_TARGET_AVX2 size_t thresholdAvx2(const int32_t* s, size_t count, int32_t limit, char* mask)
+{
+    return threshold32Avx2(s, count, limit, mask);
+}
+IL_TARGET_AVX2 size_t thresholdAvx2(const float* s, size_t count, float limit, char* mask)
+{
+    return threshold32Avx2(s, count, limit, mask);
+}
+IL_TARGET_AVX2 size_t thresholdAvx2(const double* s, size_t count, double limit, char* mask)
+{
+    const __m256d l = _mm256_set1_pd(limit);
+    // 64-bit lane masks: the low halves of two vectors make one vector of
+    // 32-bit masks.
+    const __m256i lowHalves = _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7);
+    size_t i = 0;
+    for (; count - i >= 32; i += 32) {
+        __m256i m[4];
+        for (int k = 0; k < 4; ++k) {
+            const __m256i a = _mm256_castpd_si256(_mm256_cmp_pd(_mm256_loadu_pd(s + i + 8 * k), l, _CMP_GT_OQ));
+            const __m256i b = _mm256_castpd_si256(_mm256_cmp_pd(_mm256_loadu_pd(s + i + 8 * k + 4), l, _CMP_GT_OQ));
+            m[k] = _mm256_permute2x128_si256(_mm256_permutevar8x32_epi32(a, lowHalves),
+                                             _mm256_permutevar8x32_epi32(b, lowHalves), 0x20);
+        }
+        storeMask32(mask + i, narrowMasks32(m[0], m[1], m[2], m[3]));
+    }
+    return i;
+}
+
+#endif
+
+// The plain loop, with the AVX2 form doing the whole vectors where it runs.
+template <typename T>
+void thresholdSamplesFast(const T* samples, size_t count, T limit, char* mask)
+{
+    size_t done = 0;
+#if IL_HAVE_AVX2_KERNELS
+    if (ilCpuHasAvx2()) done = thresholdAvx2(samples, count, limit, mask);
+#endif
+    thresholdSamples(samples + done, count - done, limit, mask + done);
+}
+
 } // namespace
 
 void CILImageBase::Threshold_Core(float t, char* mask)
@@ -63,7 +166,7 @@ void CILImageBase::Threshold_Core(float t, char* mask)
     if (!hasPixels() || !mask) return;
     const bool known = ILDispatchSampleType(m_datatype, [&](auto tag) {
         using T = typename decltype(tag)::type;
-        thresholdSamples(reinterpret_cast<const T*>(m_data), pixelCount(), effectiveThreshold<T>(t), mask);
+        thresholdSamplesFast(reinterpret_cast<const T*>(m_data), pixelCount(), effectiveThreshold<T>(t), mask);
     });
     // This check reports under the buffer's own unit name.
     if (!known) ILReportAssertion(L"1==0", L"ImageLib/Source/ILImageBase", __LINE__);

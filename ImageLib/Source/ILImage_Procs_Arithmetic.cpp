@@ -25,7 +25,7 @@ CILImage& CILImage::applyScalarInPlace(int operation, double s)
         forms = forms.negated();
         op = eILOpAdd;
     }
-    if (hasPixels() && !ILApplyScalar(m_datatype, m_data, pixelCount(), op, forms)) IL_ASSERT_UNKNOWN_TYPE();
+    if (hasPixels() && !ILApplyScalarFast(m_datatype, m_data, m_data, pixelCount(), op, forms)) IL_ASSERT_UNKNOWN_TYPE();
     refreshed(*this, true);
     return *this;
 }
