@@ -203,8 +203,12 @@ public:
 
 private:
     // A new image holding `pixels` that takes this image's display
-    // properties (copyFnForOpOvld).
-    CILImage resultFrom(const CILImageBase& pixels) const;
+    // properties (copyFnForOpOvld). The pixels are taken over, not copied.
+    CILImage resultFrom(CILImageBase&& pixels) const;
+    // An image built from `pixels` as the CILImageBase constructor builds it,
+    // taking the buffer over instead of copying it.
+    struct AdoptPixels {};
+    CILImage(CILImageBase& pixels, AdoptPixels);
     // Applies a scalar operation to the samples in place, then refreshes the
     // statistics and marks the image dirty.
     CILImage& applyScalarInPlace(int operation, double s);

@@ -394,6 +394,8 @@ protected:
     size_t pixelCount() const { return static_cast<size_t>(m_width) * m_height; }
     // Releases the buffer (the fields are kept).
     void freeBuffer();
+    // Exchanges type, sides and buffer with `other` (no pixel is copied).
+    void swapPixels(CILImageBase& other);
 
     QORDataTypes m_datatype;
     uint32_t m_width;

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <limits>
 #include <type_traits>
+#include <utility>
 
 #define IL_ASSERT_SOURCE L"ImageLib/Source/ILImageBase"
 
@@ -280,6 +281,16 @@ void CILImageBase::freeBuffer()
     std::free(m_data);
     m_data = nullptr;
     m_allocatedBytes = 0;
+}
+
+void CILImageBase::swapPixels(CILImageBase& other)
+{
+    std::swap(m_datatype, other.m_datatype);
+    std::swap(m_width, other.m_width);
+    std::swap(m_height, other.m_height);
+    std::swap(m_sizeinbytes, other.m_sizeinbytes);
+    std::swap(m_data, other.m_data);
+    std::swap(m_allocatedBytes, other.m_allocatedBytes);
 }
 
 bool CILImageBase::InitWithType(QORDataTypes type, int32_t width, int32_t height)

@@ -9,9 +9,15 @@
 
 #define IL_ASSERT_SOURCE L"ImageLib/Source/ILImage_Procs"
 
-CILImage CILImage::resultFrom(const CILImageBase& pixels) const
+CILImage::CILImage(CILImageBase& pixels, AdoptPixels) : CILImageBase()
 {
-    CILImage result(pixels);
+    swapPixels(pixels);
+    m_datavalid = true;  // as for an image constructed from a CILImageBase
+}
+
+CILImage CILImage::resultFrom(CILImageBase&& pixels) const
+{
+    CILImage result(pixels, AdoptPixels());
     result.copyFnForOpOvld(*this);
     return result;
 }
