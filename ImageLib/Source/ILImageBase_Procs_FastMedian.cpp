@@ -876,21 +876,33 @@ IL_FORCE_INLINE bool ilMedianOthers(const T* src, T* dst, uint32_t width, uint32
     return true;
 }
 
-IL_VECTOR_CLONES bool ilMedianBytesCloned(const void* s, void* d, uint32_t w, uint32_t h, unsigned int n, double* win)
+template <typename T>
+IL_FORCE_INLINE bool ilMedianTyped(const T* src, T* dst, uint32_t width, uint32_t height, unsigned int n,
+                                   double* window)
 {
-    return ilMedianBytes(static_cast<const uint8_t*>(s), static_cast<uint8_t*>(d), w, h, n, win);
+    if constexpr (std::is_same<T, uint8_t>::value) {
+        return ilMedianBytes(src, dst, width, height, n, window);
+    } else if constexpr (std::is_same<T, uint16_t>::value) {
+        return ilMedianShorts(src, dst, width, height, n, window);
+    } else if constexpr (std::is_same<T, double>::value) {
+        // Doubles have no faster kernel than the plain window sort.
+        ilMedianByWindows(src, dst, width, height, n, window);
+        return true;
+    } else {
+        return ilMedianOthers(src, dst, width, height, n, window);
+    }
 }
-IL_VECTOR_CLONES bool ilMedianShortsCloned(const void* s, void* d, uint32_t w, uint32_t h, unsigned int n, double* win)
+
+// The same kernel built twice: for AVX2 and for the x86-64 baseline.
+template <typename T>
+IL_TARGET_AVX2 bool ilMedianAvx2(const T* s, T* d, uint32_t w, uint32_t h, unsigned int n, double* win)
 {
-    return ilMedianShorts(static_cast<const uint16_t*>(s), static_cast<uint16_t*>(d), w, h, n, win);
+    return ilMedianTyped(s, d, w, h, n, win);
 }
-IL_VECTOR_CLONES bool ilMedianLongsCloned(const void* s, void* d, uint32_t w, uint32_t h, unsigned int n, double* win)
+template <typename T>
+bool ilMedianBaseline(const T* s, T* d, uint32_t w, uint32_t h, unsigned int n, double* win)
 {
-    return ilMedianOthers(static_cast<const int32_t*>(s), static_cast<int32_t*>(d), w, h, n, win);
-}
-IL_VECTOR_CLONES bool ilMedianFloatsCloned(const void* s, void* d, uint32_t w, uint32_t h, unsigned int n, double* win)
-{
-    return ilMedianOthers(static_cast<const float*>(s), static_cast<float*>(d), w, h, n, win);
+    return ilMedianTyped(s, d, w, h, n, win);
 }
 
 } // namespace
@@ -901,23 +913,19 @@ bool ilMedianFast(int32_t type, const void* src, void* dst, uint32_t width, uint
     if (type < 1 || type > 5 || n == 0) return false;
     if (width == 0 || height == 0) return true;
     const size_t count = static_cast<size_t>(width) * height;
-    if (n == 1) {
-        switch (type) {
-        case 1: ilMedianOfOne(static_cast<const uint8_t*>(src), static_cast<uint8_t*>(dst), count); break;
-        case 2: ilMedianOfOne(static_cast<const uint16_t*>(src), static_cast<uint16_t*>(dst), count); break;
-        case 3: ilMedianOfOne(static_cast<const int32_t*>(src), static_cast<int32_t*>(dst), count); break;
-        case 4: ilMedianOfOne(static_cast<const float*>(src), static_cast<float*>(dst), count); break;
-        default: ilMedianOfOne(static_cast<const double*>(src), static_cast<double*>(dst), count); break;
+    const bool avx2 = ilCpuHasAvx2();
+    bool done = false;
+    ILDispatchSampleType(type, [&](auto tag) {
+        using T = typename decltype(tag)::type;
+        const T* from = static_cast<const T*>(src);
+        T* to = static_cast<T*>(dst);
+        if (n == 1) {
+            ilMedianOfOne(from, to, count);
+            done = true;
+        } else {
+            done = avx2 ? ilMedianAvx2(from, to, width, height, n, window)
+                        : ilMedianBaseline(from, to, width, height, n, window);
         }
-        return true;
-    }
-    switch (type) {
-    case 1: return ilMedianBytesCloned(src, dst, width, height, n, window);
-    case 2: return ilMedianShortsCloned(src, dst, width, height, n, window);
-    case 3: return ilMedianLongsCloned(src, dst, width, height, n, window);
-    case 4: return ilMedianFloatsCloned(src, dst, width, height, n, window);
-    default:
-        ilMedianByWindows(static_cast<const double*>(src), static_cast<double*>(dst), width, height, n, window);
-        return true;
-    }
+    });
+    return done;
 }

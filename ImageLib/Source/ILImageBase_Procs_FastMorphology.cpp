@@ -27,6 +27,7 @@
 //   plain loop instead.
 #include "ILFastFilterKernels.h"
 #include "ILFilterKernels.h"
+#include "ILImageBase_templates.h"
 #include "ILVectorOps.h"
 
 #include <cstdlib>
@@ -449,25 +450,16 @@ IL_FORCE_INLINE bool ilErodeDilateTyped(const void* src, void* dst, uint32_t wid
     return true;
 }
 
-IL_VECTOR_CLONES bool ilErodeDilateBytes(const void* s, void* d, uint32_t w, uint32_t h, int sx, int sy, bool erode)
+// The same kernel built twice: for AVX2 and for the x86-64 baseline.
+template <typename T>
+IL_TARGET_AVX2 bool ilErodeDilateAvx2(const void* s, void* d, uint32_t w, uint32_t h, int sx, int sy, bool erode)
 {
-    return ilErodeDilateTyped<uint8_t>(s, d, w, h, sx, sy, erode);
+    return ilErodeDilateTyped<T>(s, d, w, h, sx, sy, erode);
 }
-IL_VECTOR_CLONES bool ilErodeDilateShorts(const void* s, void* d, uint32_t w, uint32_t h, int sx, int sy, bool erode)
+template <typename T>
+bool ilErodeDilateBaseline(const void* s, void* d, uint32_t w, uint32_t h, int sx, int sy, bool erode)
 {
-    return ilErodeDilateTyped<uint16_t>(s, d, w, h, sx, sy, erode);
-}
-IL_VECTOR_CLONES bool ilErodeDilateLongs(const void* s, void* d, uint32_t w, uint32_t h, int sx, int sy, bool erode)
-{
-    return ilErodeDilateTyped<int32_t>(s, d, w, h, sx, sy, erode);
-}
-IL_VECTOR_CLONES bool ilErodeDilateFloats(const void* s, void* d, uint32_t w, uint32_t h, int sx, int sy, bool erode)
-{
-    return ilErodeDilateTyped<float>(s, d, w, h, sx, sy, erode);
-}
-IL_VECTOR_CLONES bool ilErodeDilateDoubles(const void* s, void* d, uint32_t w, uint32_t h, int sx, int sy, bool erode)
-{
-    return ilErodeDilateTyped<double>(s, d, w, h, sx, sy, erode);
+    return ilErodeDilateTyped<T>(s, d, w, h, sx, sy, erode);
 }
 
 } // namespace
@@ -477,12 +469,12 @@ bool ilErodeDilateFast(int32_t type, const void* src, void* dst, uint32_t width,
 {
     if (type < 1 || type > 5) return false;
     if (width == 0 || height == 0) return true;
-    switch (type) {
-    case 1: return ilErodeDilateBytes(src, dst, width, height, sx, sy, erode);
-    case 2: return ilErodeDilateShorts(src, dst, width, height, sx, sy, erode);
-    case 3: return ilErodeDilateLongs(src, dst, width, height, sx, sy, erode);
-    case 4: return ilErodeDilateFloats(src, dst, width, height, sx, sy, erode);
-    case 5: return ilErodeDilateDoubles(src, dst, width, height, sx, sy, erode);
-    default: return false;
-    }
+    const bool avx2 = ilCpuHasAvx2();
+    bool done = false;
+    ILDispatchSampleType(type, [&](auto tag) {
+        using T = typename decltype(tag)::type;
+        done = avx2 ? ilErodeDilateAvx2<T>(src, dst, width, height, sx, sy, erode)
+                    : ilErodeDilateBaseline<T>(src, dst, width, height, sx, sy, erode);
+    });
+    return done;
 }

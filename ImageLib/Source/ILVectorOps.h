@@ -2,12 +2,13 @@
 // kernels are written in (not installed).
 //
 // The kernels use the compiler's generic vector types rather than
-// instruction-set intrinsics, so one source serves every target: a function
-// marked IL_VECTOR_CLONES is compiled once for AVX2 and once for the plain
-// x86-64 baseline (SSE2), and the loader picks the clone the processor runs.
-// Everything below is forced inline into those functions, so a vector never
-// crosses a call boundary (and the ABI notes about passing wide vectors do
-// not apply, so including this header silences them for the unit).
+// instruction-set intrinsics, so one source serves every target: the kernel
+// is forced inline into two entry points, one marked IL_TARGET_AVX2 and one
+// built for the plain x86-64 baseline (SSE2), and ilCpuHasAvx2() picks one
+// per call (ILCpuDispatch.h). Everything below is forced inline into those
+// entry points, so a vector never crosses a call boundary (and the ABI notes
+// about passing wide vectors do not apply, so including this header silences
+// them for the unit).
 #ifndef IMAGELIB_ILVECTOROPS_H
 #define IMAGELIB_ILVECTOROPS_H
 
@@ -17,15 +18,9 @@
 #include <cstdint>
 #include <cstring>
 
-#define IL_FORCE_INLINE inline __attribute__((always_inline))
+#include "ILCpuDispatch.h"
 
-// IMAGELIB_NO_TARGET_CLONES builds the baseline code only (to test it on a
-// processor that would otherwise run the AVX2 clone).
-#if defined(__x86_64__) && !defined(__clang_analyzer__) && !defined(IMAGELIB_NO_TARGET_CLONES)
-#define IL_VECTOR_CLONES __attribute__((target_clones("avx2", "default")))
-#else
-#define IL_VECTOR_CLONES
-#endif
+#define IL_FORCE_INLINE inline __attribute__((always_inline))
 
 // A 32-byte vector of samples of type T.
 template <typename T>
