@@ -121,12 +121,19 @@ TEST(FastPaths, DisplayTablesGiveThePerPixelBytes)
         float gamma;
         unsigned format;
         bool defaultPalette;
+        int reversed = 0, logScale = 0;
+        bool edgeColours = false;
     };
+    // Values sharing a table position share one palette call: linear, log
+    // and reversed positions, gamma, and the colours outside the range.
     const Setup setups[] = {{eClutRainbow, 1000, 60000, 1.0f, 6407, false},
                             {eClutRedAlpha, 10, 200, 1.0f, 6408, false},
                             {eClutGrey, 0, 255, 2.2f, 6408, false},
                             {eClutBlueCyanYellowRed, 300, 300, 1.0f, 6407, false},
-                            {eClutGrey, 0, 0, 1.0f, 6408, true}};
+                            {eClutGrey, 0, 0, 1.0f, 6408, true},
+                            {eClutRainbow, 5, 40000, 1.0f, 6408, false, 1, 1},
+                            {eClutBlueCyanYellowRed, 20, 180, 0.6f, 6407, false, 1, 0, true},
+                            {eClutRedAlpha, 100, 30000, 1.0f, 6408, false, 0, 1, true}};
     auto check = [&](auto tag, QORDataTypes type) {
         using T = decltype(tag);
         for (const Setup& s : setups) {
@@ -138,6 +145,14 @@ TEST(FastPaths, DisplayTablesGiveThePerPixelBytes)
                 CILImage image;
                 image.initWithData(type, w, h, const_cast<T*>(samples.data()));
                 if (!s.defaultPalette) image.setColorTable(s.table, s.lo, s.hi);
+                if (s.reversed || s.logScale)
+                    image.getPalette()->SetColorTable(s.table, s.lo, s.hi, s.reversed, s.logScale);
+                if (s.edgeColours) {
+                    const _tagIL_PALRGB above = {10, 20, 30, 200}, below = {40, 50, 60, 100};
+                    image.getPalette()->setColorForAboveMax(&above);
+                    image.getPalette()->setColorForBelowMin(&below);
+                    image.getPalette()->SetImageMinMax(s.lo + 7, s.hi - 9);
+                }
                 image.setGamma(s.gamma);
                 image.setGLFormat(s.format);
                 const unsigned char* got = static_cast<const unsigned char*>(image.getPixelsForGL(flip));

@@ -138,6 +138,11 @@ public:
     // table, -1 below the range (or for the above-range colour), 0 when the
     // palette has no range (both display limits 0) or no table entries.
     int GetRGBForImageValue(double value, double* r, double* g, double* b, double* a);
+    // The table position `value` falls on, before reversal: negative below
+    // the range, getMaxIndex() or more above it. The colour
+    // GetRGBForImageValue gives depends on nothing else, so values with the
+    // same position (or both below, or both above) share a colour.
+    int tablePositionFor(double value) const;
 
     // Hue (degrees), saturation and lightness scaled by inputScale to red,
     // green, blue scaled by outputScale. Returns 1.

@@ -56,25 +56,46 @@ void visitRows(const unsigned char* data, uint32_t width, uint32_t height, int f
 // mapping pixel by pixel as long as the palette writes all four outputs for
 // every value (then no output carries over from the previous pixel); the
 // table is abandoned, and the caller maps pixel by pixel, when it does not.
+// Entries are padded to four bytes so that each pixel is one 4-byte store.
+// Values on the same table position share a colour, so the palette is asked
+// for the colour of each position once.
 template <typename T>
-bool buildDisplayTable(CILPalette& palette, const GammaCurve& gamma, size_t channels, std::vector<unsigned char>& table)
+bool buildDisplayTable(const CILPalette& palette, const GammaCurve& gamma, size_t channels,
+                       std::vector<uint32_t>& table)
 {
     const size_t values = size_t(1) << (8 * sizeof(T));
+    const int colours = palette.getMaxIndex();
+    const bool byPosition = colours >= 1 && colours <= 65536;
+    // Slot 0: below the range; 1..colours: the table; colours + 1: above.
+    const uint64_t unset = ~uint64_t(0);
+    std::vector<uint64_t> known;
     try {
-        table.resize(values * channels);
+        table.resize(values);
+        if (byPosition) known.assign(static_cast<size_t>(colours) + 2, unset);
     } catch (...) {
         return false;  // no room for the table: map pixel by pixel
     }
-    unsigned char* out = table.data();
+    // GetRGBForImageValue is not const (it may report an unknown table type).
+    CILPalette& asker = const_cast<CILPalette&>(palette);
     for (size_t v = 0; v < values; ++v) {
-        const double unset = std::numeric_limits<double>::quiet_NaN();
-        double r = unset, g = unset, b = unset, a = unset;
-        palette.GetRGBForImageValue(gamma(static_cast<double>(static_cast<T>(v))), &r, &g, &b, &a);
+        const double value = gamma(static_cast<double>(static_cast<T>(v)));
+        size_t slot = 0;
+        if (byPosition) {
+            const int k = palette.tablePositionFor(value);
+            slot = k < 0 ? 0 : (k >= colours ? static_cast<size_t>(colours) + 1 : static_cast<size_t>(k) + 1);
+            if (known[slot] != unset) {
+                table[v] = static_cast<uint32_t>(known[slot]);
+                continue;
+            }
+        }
+        const double none = std::numeric_limits<double>::quiet_NaN();
+        double r = none, g = none, b = none, a = none;
+        asker.GetRGBForImageValue(value, &r, &g, &b, &a);
         if (std::isnan(r) || std::isnan(g) || std::isnan(b) || std::isnan(a)) return false;
-        *out++ = lowByte(r);
-        *out++ = lowByte(g);
-        *out++ = lowByte(b);
-        if (channels == 4) *out++ = lowByte(a);
+        const unsigned char entry[4] = {lowByte(r), lowByte(g), lowByte(b),
+                                        static_cast<unsigned char>(channels == 4 ? lowByte(a) : 0)};
+        std::memcpy(&table[v], entry, 4);
+        if (byPosition) known[slot] = table[v];
     }
     return true;
 }
@@ -87,28 +108,15 @@ bool mapThroughTable(const unsigned char* data, uint32_t width, uint32_t height,
         // Building the table only pays off when the image has more pixels
         // than the table has entries.
         if (width == 0 || static_cast<uint64_t>(width) * height < (uint64_t(1) << (8 * sizeof(T)))) return false;
-        std::vector<unsigned char> table;
+        std::vector<uint32_t> table;
         if (!buildDisplayTable<T>(palette, gamma, channels, table)) return false;
-        // Entries are padded to four bytes so that each pixel is one 4-byte
-        // store; for RGB the spare byte is overwritten by the next pixel, and
-        // the image's very last pixel is stored with three bytes.
-        std::vector<uint32_t> wide;
-        try {
-            wide.resize(table.size() / channels);
-        } catch (...) {
-            return false;
-        }
-        for (size_t v = 0; v < wide.size(); ++v) {
-            unsigned char entry[4] = {0, 0, 0, 0};
-            std::memcpy(entry, &table[v * channels], channels);
-            std::memcpy(&wide[v], entry, 4);
-        }
         const T* samples = reinterpret_cast<const T*>(data);
-        const uint32_t* entries = wide.data();
+        const uint32_t* entries = table.data();
         for (uint32_t i = 0; i < height; ++i) {
             const T* in = samples + static_cast<size_t>(flip ? height - 1 - i : i) * width;
-            // The last pixel of the last row is stored on its own: its spare
-            // byte would land past the buffer.
+            // For RGB the spare byte is overwritten by the next pixel; the
+            // last pixel of the last row is stored with three bytes, as its
+            // spare byte would land past the buffer.
             const uint32_t full = (i + 1 == height && channels == 3) ? width - 1 : width;
             for (uint32_t x = 0; x < full; ++x, out += channels) std::memcpy(out, &entries[in[x]], 4);
             if (full != width) std::memcpy(out, &entries[in[width - 1]], 3);

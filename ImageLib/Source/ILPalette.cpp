@@ -327,6 +327,14 @@ struct ColourOut {
 
 } // namespace
 
+int CILPalette::tablePositionFor(double value) const
+{
+    if (value < m_imageMin) return m_useMinColorBelowThresh ? 0 : -1;
+    if (m_displayMin == m_displayMax) return truncIndex(m_scale);
+    if (m_logScale) return truncIndex((std::log10(value + m_logOffset) - std::log10(m_displayMin)) * m_scale);
+    return truncIndex((value - m_displayMin) * m_scale);
+}
+
 int CILPalette::GetRGBForImageValue(double value, double* r, double* g, double* b, double* a)
 {
     const ColourOut out{r, g, b, a};
@@ -354,15 +362,7 @@ int CILPalette::GetRGBForImageValue(double value, double* r, double* g, double* 
             background = bottom;
     }
 
-    int k;
-    if (value < m_imageMin)
-        k = m_useMinColorBelowThresh ? 0 : -1;
-    else if (m_displayMin == m_displayMax)
-        k = truncIndex(m_scale);
-    else if (m_logScale)
-        k = truncIndex((std::log10(value + m_logOffset) - std::log10(m_displayMin)) * m_scale);
-    else
-        k = truncIndex((value - m_displayMin) * m_scale);
+    int k = tablePositionFor(value);
 
     if (k < 0) {
         if (m_clrBelowMinSet) {
