@@ -4,6 +4,7 @@
 // Rearrangements move whole samples by their size, never by their type, so a
 // float or double sample travels bit for bit.
 #include "ILImageBase.h"
+#include "ILCpuDispatch.h"
 #include "ILImageBase_templates.h"
 #include "ILInternal.h"
 
@@ -64,6 +65,46 @@ void mirrorRows(const S* src, S* dst, size_t width, size_t height)
     }
 }
 
+#if IL_HAVE_AVX2_KERNELS
+// Reverses the order of the samples in a 32-byte vector: within each 16-byte
+// half by a byte shuffle (or a lane permutation), then the halves swapped.
+template <typename S> IL_TARGET_AVX2 __m256i reverseSamples32(__m256i v);
+template <> IL_TARGET_AVX2 __m256i reverseSamples32<uint8_t>(__m256i v)
+{
+    const __m256i order = _mm256_setr_epi8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11,
+                                           10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
+    return _mm256_permute4x64_epi64(_mm256_shuffle_epi8(v, order), 0x4E);
+}
+template <> IL_TARGET_AVX2 __m256i reverseSamples32<uint16_t>(__m256i v)
+{
+    const __m256i order = _mm256_setr_epi8(14, 15, 12, 13, 10, 11, 8, 9, 6, 7, 4, 5, 2, 3, 0, 1, 14, 15, 12, 13, 10,
+                                           11, 8, 9, 6, 7, 4, 5, 2, 3, 0, 1);
+    return _mm256_permute4x64_epi64(_mm256_shuffle_epi8(v, order), 0x4E);
+}
+template <> IL_TARGET_AVX2 __m256i reverseSamples32<uint32_t>(__m256i v)
+{
+    return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0));
+}
+template <> IL_TARGET_AVX2 __m256i reverseSamples32<uint64_t>(__m256i v) { return _mm256_permute4x64_epi64(v, 0x1B); }
+
+// As mirrorRows, 32 bytes at a time, then sample by sample.
+template <typename S>
+IL_TARGET_AVX2 void mirrorRowsAvx2(const S* src, S* dst, size_t width, size_t height)
+{
+    const size_t perVector = 32 / sizeof(S);
+    for (size_t y = 0; y < height; ++y) {
+        const S* in = src + y * width;
+        S* out = dst + y * width;
+        size_t j = 0;
+        for (; j + perVector <= width; j += perVector) {
+            const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + width - j - perVector));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + j), reverseSamples32<S>(v));
+        }
+        for (; j < width; ++j) out[j] = in[width - 1 - j];
+    }
+}
+#endif
+
 // Source (x, y) goes to (y, W-1-x) turning left and to (H-1-y, x) turning
 // right; the destination is H samples wide. The grid is walked in square
 // tiles so that both the reads and the strided writes stay in cache; every
@@ -109,6 +150,12 @@ bool CILImageBase::Mirror_core(void* dest)
     if (!hasPixels() || !dest) return false;
     dispatchSampleSize(m_datatype, [&](auto tag) {
         using S = typename decltype(tag)::type;
+#if IL_HAVE_AVX2_KERNELS
+        if (ilCpuHasAvx2()) {
+            mirrorRowsAvx2(reinterpret_cast<const S*>(m_data), static_cast<S*>(dest), m_width, m_height);
+            return;
+        }
+#endif
         mirrorRows(reinterpret_cast<const S*>(m_data), static_cast<S*>(dest), m_width, m_height);
     });
     return true;
