@@ -168,6 +168,37 @@ TEST(FastPaths, DisplayTablesGiveThePerPixelBytes)
     check(float(), eFloat);
 }
 
+// Outputs of 4 MiB and more are written in 8-byte words assembled from
+// several pixels; rows that start on and off a word boundary, both formats.
+TEST(FastPaths, LargeDisplayOutputsGiveThePerPixelBytes)
+{
+    auto check = [&](auto tag, QORDataTypes type) {
+        using T = decltype(tag);
+        for (const auto& shape : {std::make_pair(1201, 1167), std::make_pair(1024, 1370)}) {
+            const int w = shape.first, h = shape.second;
+            const std::vector<T> samples = randomSamples<T>(size_t(w) * h, 7, true);
+            for (unsigned format : {6407u, 6408u}) {
+                for (int flip : {0, 1}) {
+                    SCOPED_TRACE(std::to_string(type) + " " + std::to_string(w) + " format " + std::to_string(format) +
+                                 " flip " + std::to_string(flip));
+                    CILImage image;
+                    image.initWithData(type, w, h, const_cast<T*>(samples.data()));
+                    image.setColorTable(eClutRainbow, 3, sizeof(T) == 1 ? 250 : 64000);
+                    image.setGLFormat(format);
+                    const unsigned char* got = static_cast<const unsigned char*>(image.getPixelsForGL(flip));
+                    ASSERT_NE(got, nullptr);
+                    const std::vector<unsigned char> expect =
+                        reference::displayPixels(samples, w, h, flip, *image.getPalette(), 1.0f, format == 6408);
+                    ASSERT_GE(expect.size(), size_t(4) << 20);
+                    EXPECT_EQ(std::memcmp(got, expect.data(), expect.size()), 0);
+                }
+            }
+        }
+    };
+    check(uint8_t(), eByte);
+    check(uint16_t(), eUShort);
+}
+
 TEST(FastPaths, HistogramTablesCountLikeTheSampleBySampleRule)
 {
     auto check = [](auto tag, QORDataTypes type) {

@@ -5,6 +5,10 @@
 
 #include <GL/gl.h>
 
+#if defined(__x86_64__)
+#include <emmintrin.h>
+#endif
+
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -100,6 +104,54 @@ bool buildDisplayTable(const CILPalette& palette, const GammaCurve& gamma, size_
     return true;
 }
 
+// Outputs at least this large are written with non-temporal stores.
+const uint64_t kStreamFromBytes = uint64_t(4) << 20;
+
+// Writes the table entries of one row of samples as packed pixels of
+// `Channels` bytes. Entries are four bytes; with three channels each is
+// stored whole and its spare byte is overwritten by the next pixel, except
+// at the end of the image (`lastRow`) and, when streaming, at the end of
+// every row and before a streamed word: a spare byte never lands past the
+// buffer or in a word written by a non-temporal store.
+//
+// With `stream`, once the output is 8-byte aligned, whole 8-byte words are
+// assembled in registers from whole entries (8 RGB or 2 RGBA pixels make 3
+// or 1 words) and written with non-temporal stores: large outputs are not
+// read back here, and skipping the read of each destination line before it
+// is written saves a third of the memory traffic.
+template <size_t Channels, typename T>
+unsigned char* writeRow(const T* in, uint32_t count, const uint32_t* entries, unsigned char* out, bool stream,
+                        bool lastRow)
+{
+    uint32_t x = 0;
+#if defined(__x86_64__)
+    if (stream) {
+        for (; x < count && (reinterpret_cast<uintptr_t>(out) & 7) != 0; ++x, out += Channels)
+            std::memcpy(out, &entries[in[x]], Channels);
+        const uint32_t block = Channels == 3 ? 8 : 2;
+        for (; count - x >= block; x += block, out += block * Channels) {
+            long long* words = reinterpret_cast<long long*>(out);
+            if constexpr (Channels == 3) {
+                uint64_t e[8];
+                for (int k = 0; k < 8; ++k) e[k] = entries[in[x + k]];
+                _mm_stream_si64(words, static_cast<long long>(e[0] | e[1] << 24 | e[2] << 48));
+                _mm_stream_si64(words + 1, static_cast<long long>(e[2] >> 16 | e[3] << 8 | e[4] << 32 | e[5] << 56));
+                _mm_stream_si64(words + 2, static_cast<long long>(e[5] >> 8 | e[6] << 16 | e[7] << 40));
+            } else {
+                const uint64_t pair = entries[in[x]] | static_cast<uint64_t>(entries[in[x + 1]]) << 32;
+                _mm_stream_si64(words, static_cast<long long>(pair));
+            }
+        }
+    }
+#else
+    (void)stream;
+#endif
+    const uint32_t whole = ((lastRow || stream) && Channels == 3 && x < count) ? count - 1 : count;
+    for (; x < whole; ++x, out += Channels) std::memcpy(out, &entries[in[x]], 4);
+    for (; x < count; ++x, out += Channels) std::memcpy(out, &entries[in[x]], Channels);
+    return out;
+}
+
 template <typename T>
 bool mapThroughTable(const unsigned char* data, uint32_t width, uint32_t height, int flip, CILPalette& palette,
                      const GammaCurve& gamma, size_t channels, unsigned char* out)
@@ -111,16 +163,16 @@ bool mapThroughTable(const unsigned char* data, uint32_t width, uint32_t height,
         std::vector<uint32_t> table;
         if (!buildDisplayTable<T>(palette, gamma, channels, table)) return false;
         const T* samples = reinterpret_cast<const T*>(data);
-        const uint32_t* entries = table.data();
+        const bool stream = static_cast<uint64_t>(width) * height * channels >= kStreamFromBytes;
         for (uint32_t i = 0; i < height; ++i) {
             const T* in = samples + static_cast<size_t>(flip ? height - 1 - i : i) * width;
-            // For RGB the spare byte is overwritten by the next pixel; the
-            // last pixel of the last row is stored with three bytes, as its
-            // spare byte would land past the buffer.
-            const uint32_t full = (i + 1 == height && channels == 3) ? width - 1 : width;
-            for (uint32_t x = 0; x < full; ++x, out += channels) std::memcpy(out, &entries[in[x]], 4);
-            if (full != width) std::memcpy(out, &entries[in[width - 1]], 3);
+            const bool lastRow = i + 1 == height;
+            out = channels == 3 ? writeRow<3>(in, width, table.data(), out, stream, lastRow)
+                                : writeRow<4>(in, width, table.data(), out, stream, lastRow);
         }
+#if defined(__x86_64__)
+        if (stream) _mm_sfence();  // the streamed words are visible before the buffer is used
+#endif
         return true;
     } else {
         (void)data, (void)width, (void)height, (void)flip, (void)palette, (void)gamma, (void)channels, (void)out;
