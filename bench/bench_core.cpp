@@ -127,6 +127,8 @@ CORE_BENCH3(minmax, float, "f32", copy_read)
 CORE_BENCH3(minmax, double, "f64", copy_read)
 CORE_BENCH3(refresh, uint8_t, "u8", copy_read)
 CORE_BENCH3(refresh, uint16_t, "u16", copy_read)
+CORE_BENCH3(refresh, float, "f32", copy_read)
+CORE_BENCH3(refresh, double, "f64", copy_read)
 BENCHMARK(ours_histogram)->Name("ours/histogram4096/u16");
 BENCHMARK(peer_histogram)->Name("peer/histogram4096/u16");
 BENCHMARK_TEMPLATE(ours_display, uint8_t)->Name("ours/display/u8");

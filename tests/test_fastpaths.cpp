@@ -113,6 +113,46 @@ TEST(FastPaths, MinMaxSurveyMatchesTheOrderedScan)
     EXPECT_TRUE(sameBits(got.mean, reference::minMax(big, nullptr).mean));
 }
 
+// The order-sensitive cases of the floating-point survey: a NaN first sample
+// (or first non-zero one) stays, the earlier of two equal zeros stays, and
+// infinities and all-zero images; each with every set of outputs asked for.
+TEST(FastPaths, FloatingMinMaxSurveyKeepsTheScanOrder)
+{
+    auto check = [](auto tag, QORDataTypes type) {
+        using T = decltype(tag);
+        const T nan = std::numeric_limits<T>::quiet_NaN(), inf = std::numeric_limits<T>::infinity();
+        const T z = T(0), nz = T(-0.0);
+        const std::vector<std::vector<T>> cases = {
+            {nan, 1, -2, 3},  {z, nan, 3, -1},   {z, nz, 5, 7},  {nz, z, 5, 7},    {5, z, nz, 7},
+            {5, nz, z, -0.0f}, {z, z, z, z},     {nz, z, nz, z}, {inf, -inf, nan, 2}, {nz, -inf, z, inf},
+            {3, nan, -7, nan}, {z, nz, nan, 4}, {1e-45f, -1e-45f, z, 2}};
+        for (const std::vector<T>& samples : cases) {
+            CILImageBase image = makeImage<T>(type, 2, 2, samples);
+            const reference::Survey expect = reference::minMax(samples, nullptr);
+            for (int outputs = 1; outputs <= 3; ++outputs) {
+                SCOPED_TRACE(std::to_string(type) + " outputs " + std::to_string(outputs) + " first " +
+                             std::to_string(samples[0]) + " second " + std::to_string(samples[1]));
+                const bool extremes = outputs & 1, nonZero = outputs & 2;
+                reference::Survey got = {9, 9, 9, 9, 9};
+                ASSERT_TRUE(image.getMinMax(extremes ? &got.min : nullptr, extremes ? &got.max : nullptr,
+                                            extremes ? &got.mean : nullptr, nullptr,
+                                            nonZero ? &got.nonZeroMin : nullptr, nonZero ? &got.nonZeroMax : nullptr));
+                if (extremes) {
+                    EXPECT_TRUE(sameBits(got.min, expect.min)) << got.min << " vs " << expect.min;
+                    EXPECT_TRUE(sameBits(got.max, expect.max)) << got.max << " vs " << expect.max;
+                    EXPECT_TRUE(sameBits(got.mean, expect.mean) || (got.mean != got.mean && expect.mean != expect.mean));
+                }
+                if (nonZero) {
+                    EXPECT_TRUE(sameBits(got.nonZeroMin, expect.nonZeroMin)) << got.nonZeroMin;
+                    EXPECT_TRUE(sameBits(got.nonZeroMax, expect.nonZeroMax)) << got.nonZeroMax;
+                }
+            }
+        }
+    };
+    check(float(), eFloat);
+    check(double(), eDouble);
+}
+
 TEST(FastPaths, DisplayTablesGiveThePerPixelBytes)
 {
     struct Setup {

@@ -137,6 +137,66 @@ void scanMinMax(const T* samples, size_t count, const char* mask, bool wantExtre
     }
 }
 
+// The same survey for floating-point samples without a mask, in one pass of
+// selections instead of branches. The ordered double sum is a chain of
+// dependent additions that no reordering may shorten; the comparisons run
+// beside it for free. Each selection is the plain scan's comparison, so NaN
+// never replaces an extreme (and a NaN first sample stays), and of two equal
+// zeros the earlier one stays. Zeros are kept out of the non-zero extremes
+// by turning them into infinities, which lose every comparison; the
+// non-zero extremes start from the first non-zero sample as in the plain scan.
+template <typename T>
+void scanMinMaxFloating(const T* samples, size_t count, bool wantExtremes, bool wantNonZero, MinMaxScan<T>& scan)
+{
+    static_assert(std::is_floating_point<T>::value, "floating-point samples only");
+    if (count == 0) return;
+    const T inf = std::numeric_limits<T>::infinity();
+    T mn = samples[0], mx = samples[0], nzMin = scan.nonZeroMin, nzMax = scan.nonZeroMax;
+    size_t firstNonZero = 0;
+    if (wantNonZero) {
+        while (firstNonZero < count && samples[firstNonZero] == 0) ++firstNonZero;
+        if (firstNonZero < count) nzMin = nzMax = samples[firstNonZero];
+    }
+    double sum = 0.0;
+    if (wantExtremes && wantNonZero) {
+        for (size_t i = 0; i < count; ++i) {
+            const T v = samples[i];
+            mn = v < mn ? v : mn;
+            mx = v > mx ? v : mx;
+            sum += static_cast<double>(v);
+            const bool zero = v == 0;
+            const T high = zero ? inf : v, low = zero ? -inf : v;
+            nzMin = high < nzMin ? high : nzMin;
+            nzMax = low > nzMax ? low : nzMax;
+        }
+    } else if (wantExtremes) {
+        for (size_t i = 0; i < count; ++i) {
+            const T v = samples[i];
+            mn = v < mn ? v : mn;
+            mx = v > mx ? v : mx;
+            sum += static_cast<double>(v);
+        }
+    } else {
+        for (size_t i = firstNonZero; i < count; ++i) {
+            const T v = samples[i];
+            const bool zero = v == 0;
+            const T high = zero ? inf : v, low = zero ? -inf : v;
+            nzMin = high < nzMin ? high : nzMin;
+            nzMax = low > nzMax ? low : nzMax;
+        }
+    }
+    if (wantExtremes) {
+        scan.min = mn;
+        scan.max = mx;
+        scan.sum = sum;
+        scan.count = count;
+    }
+    if (wantNonZero && firstNonZero < count) {
+        scan.nonZeroMin = nzMin;
+        scan.nonZeroMax = nzMax;
+    }
+}
+
 // The exact sum of a block of integer samples; small unsigned samples are
 // summed into a 32-bit partial sum, which cannot overflow in a block of at
 // most 65536 samples and vectorises well.
@@ -246,6 +306,11 @@ void surveySamples(const T* samples, size_t count, const char* mask, bool wantEx
         if (!mask && ilCpuHasAvx2() && scanMinMaxIntegerAvx2(samples, count, wantExtremes, wantNonZero, scan)) return;
 #endif
         if (!mask && scanMinMaxIntegerFast(samples, count, wantExtremes, wantNonZero, scan)) return;
+    } else {
+        if (!mask) {
+            scanMinMaxFloating(samples, count, wantExtremes, wantNonZero, scan);
+            return;
+        }
     }
     scanMinMax(samples, count, mask, wantExtremes, wantNonZero, scan);
 }
