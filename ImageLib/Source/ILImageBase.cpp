@@ -24,17 +24,20 @@ namespace {
 // Bytes per sample without the assertion, for internal size checks.
 size_t sampleBytesOf(int32_t type) { return ILSampleBytes(type); }
 
-// Pixel buffers of several megabytes are asked to be backed by 2 MiB pages
-// where the system grants them on request. A fresh buffer that size is
-// otherwise mapped in thousands of 4 KiB page faults, which cost more than
-// the arithmetic that fills it (large blocks are returned to the system on
-// every free, so each new result image starts afresh). The buffer stays an
-// ordinary block released with free; the advice changes nothing else.
+// Pixel buffers of 32 MiB and more are asked to be backed by 2 MiB pages
+// where the system grants them on request. Blocks that large lie beyond
+// every threshold of the C library's allocator (with glibc on 64 bits its
+// adaptive mmap threshold stops at 32 MiB), so each one is mapped afresh and
+// returned to the system on free: filling it cost thousands of 4 KiB page
+// faults, more than the arithmetic that fills it. Smaller blocks are left to
+// the allocator, which reuses them without faults (advising them measured
+// slower). The buffer stays an ordinary block released with free; the
+// advice changes nothing else.
 unsigned char* allocatePixels(size_t bytes)
 {
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
     const size_t hugePage = size_t(2) << 20;
-    if (bytes >= 4 * hugePage && bytes <= SIZE_MAX - hugePage) {
+    if (bytes >= 16 * hugePage && bytes <= SIZE_MAX - hugePage) {
         const size_t rounded = (bytes + hugePage - 1) / hugePage * hugePage;
         if (void* block = std::aligned_alloc(hugePage, rounded)) {
             madvise(block, rounded, MADV_HUGEPAGE);
