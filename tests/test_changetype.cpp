@@ -109,3 +109,24 @@ TEST(ChangeType, AnInvalidTargetAssertsAndLeavesAZeroByteImage)
     // Nothing can read the old pixels any more.
     EXPECT_FALSE(image.setConstData(1.0));
 }
+
+// Buffers of 32 MiB and more come from a separate allocation path (2 MiB
+// aligned, with page advice): conversions and arithmetic into such buffers,
+// and freeing them, behave as for small ones.
+TEST(ChangeType, BuffersOfManyMegabytesConvertAndFreeLikeSmallOnes)
+{
+    const int w = 2048, h = 2049;  // 33.6 MB as doubles, not a whole number of 2 MiB pages
+    std::vector<uint16_t> samples(size_t(w) * h);
+    for (size_t i = 0; i < samples.size(); ++i) samples[i] = static_cast<uint16_t>(i * 2654435761u >> 7);
+    CILImageBase image = makeImage<uint16_t>(eUShort, w, h, samples);
+    ASSERT_TRUE(image.ChangeType(eDouble));
+    ASSERT_EQ(image.get_sizeinbytes(), samples.size() * sizeof(double));
+    const double* converted = static_cast<const double*>(image.get_data());
+    for (size_t i : {size_t(0), size_t(1), samples.size() / 2, samples.size() - 1})
+        EXPECT_EQ(converted[i], static_cast<double>(samples[i])) << i;
+    CILImageBase sum = image + image;
+    ASSERT_EQ(sum.get_datatype(), eDouble);
+    EXPECT_EQ(static_cast<const double*>(sum.get_data())[samples.size() - 1], 2.0 * samples.back());
+    ASSERT_TRUE(image.ChangeType(eUShort));
+    EXPECT_EQ(samplesOf<uint16_t>(image), samples);
+}
