@@ -113,6 +113,36 @@ TEST(FastPaths, MinMaxSurveyMatchesTheOrderedScan)
     EXPECT_TRUE(sameBits(got.mean, reference::minMax(big, nullptr).mean));
 }
 
+// Integer sums gathered in narrow lanes must not overflow: long images of the
+// largest (and, for 32-bit samples, the smallest) values, and a long image of
+// zeros with one non-zero sample near the end.
+TEST(FastPaths, IntegerMinMaxSurveyOnLongExtremeImages)
+{
+    auto check = [](auto tag, QORDataTypes type, int w, int h) {
+        using T = decltype(tag);
+        SCOPED_TRACE(std::to_string(type));
+        std::vector<T> samples(size_t(w) * h, std::numeric_limits<T>::max());
+        if (std::is_signed<T>::value)
+            for (size_t i = 0; i < samples.size(); i += 3) samples[i] = std::numeric_limits<T>::lowest();
+        std::vector<T> zeros(samples.size(), T(0));
+        zeros[zeros.size() - 5] = T(3);
+        for (const std::vector<T>* s : {&samples, &zeros}) {
+            CILImageBase image = makeImage<T>(type, w, h, *s);
+            const reference::Survey expect = reference::minMax(*s, nullptr);
+            reference::Survey got{};
+            ASSERT_TRUE(image.getMinMax(&got.min, &got.max, &got.mean, nullptr, &got.nonZeroMin, &got.nonZeroMax));
+            EXPECT_TRUE(sameBits(got.min, expect.min));
+            EXPECT_TRUE(sameBits(got.max, expect.max));
+            EXPECT_TRUE(sameBits(got.nonZeroMin, expect.nonZeroMin));
+            EXPECT_TRUE(sameBits(got.nonZeroMax, expect.nonZeroMax));
+            EXPECT_TRUE(sameBits(got.mean, expect.mean)) << got.mean << " vs " << expect.mean;
+        }
+    };
+    check(uint8_t(), eByte, 2053, 1031);
+    check(uint16_t(), eUShort, 1031, 997);  // more than 16384 vectors of 16 samples
+    check(int32_t(), eLong, 2047, 2049);    // just below the largest exact count
+}
+
 // The order-sensitive cases of the floating-point survey: a NaN first sample
 // (or first non-zero one) stays, the earlier of two equal zeros stays, and
 // infinities and all-zero images; each with every set of outputs asked for.

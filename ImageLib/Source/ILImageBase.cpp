@@ -290,13 +290,160 @@ __attribute__((always_inline)) inline bool scanMinMaxIntegerFast(const T* sample
 }
 
 #if IL_HAVE_AVX2_KERNELS
-// The same reductions built for AVX2, chosen at run time on processors that
-// have it; integer results do not depend on the vector width.
+// The integer survey in one AVX2 pass, 32 bytes at a time, with the results
+// of the block-wise reductions (integers compare and add exactly, so the
+// order does not matter).
+//
+// Exact sums, in lanes folded into 64 bits every 16384 vectors: bytes by sums
+// of absolute differences from zero into 64-bit lanes; 16-bit samples as
+// signed pairs (v - 32768) added by a multiply-add into 32-bit lanes (each
+// gains at most 65536 a vector, far from 2^31 in a chunk); 32-bit samples
+// widened to 64 bits.
+//
+// Non-zero extremes: unsigned samples take the minimum of v - 1, where a zero
+// wraps to the largest value and cannot win, and the largest sample is the
+// largest non-zero one whenever there is one; signed samples blend values
+// that cannot win in place of zeros.
+struct SurveyLanes {
+    __m256i mn, mx, nzMin, nzMax, any, sum;
+};
+
+IL_TARGET_AVX2 inline int64_t laneSum64(__m256i v)
+{
+    alignas(32) int64_t lanes[4];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(lanes), v);
+    return lanes[0] + lanes[1] + lanes[2] + lanes[3];
+}
+
+IL_TARGET_AVX2 inline void surveyVector(SurveyLanes& l, __m256i v, bool nonZero, const uint8_t*)
+{
+    l.mn = _mm256_min_epu8(l.mn, v);
+    l.mx = _mm256_max_epu8(l.mx, v);
+    l.sum = _mm256_add_epi64(l.sum, _mm256_sad_epu8(v, _mm256_setzero_si256()));
+    if (nonZero) {
+        l.nzMin = _mm256_min_epu8(l.nzMin, _mm256_sub_epi8(v, _mm256_set1_epi8(1)));
+        l.any = _mm256_or_si256(l.any, v);
+    }
+}
+IL_TARGET_AVX2 inline void surveyVector(SurveyLanes& l, __m256i v, bool nonZero, const uint16_t*)
+{
+    l.mn = _mm256_min_epu16(l.mn, v);
+    l.mx = _mm256_max_epu16(l.mx, v);
+    const __m256i centred = _mm256_xor_si256(v, _mm256_set1_epi16(static_cast<short>(0x8000)));
+    l.sum = _mm256_add_epi32(l.sum, _mm256_madd_epi16(centred, _mm256_set1_epi16(1)));
+    if (nonZero) {
+        l.nzMin = _mm256_min_epu16(l.nzMin, _mm256_sub_epi16(v, _mm256_set1_epi16(1)));
+        l.any = _mm256_or_si256(l.any, v);
+    }
+}
+IL_TARGET_AVX2 inline void surveyVector(SurveyLanes& l, __m256i v, bool nonZero, const int32_t*)
+{
+    l.mn = _mm256_min_epi32(l.mn, v);
+    l.mx = _mm256_max_epi32(l.mx, v);
+    l.sum = _mm256_add_epi64(l.sum, _mm256_add_epi64(_mm256_cvtepi32_epi64(_mm256_castsi256_si128(v)),
+                                                      _mm256_cvtepi32_epi64(_mm256_extracti128_si256(v, 1))));
+    if (nonZero) {
+        const __m256i zero = _mm256_cmpeq_epi32(v, _mm256_setzero_si256());
+        l.nzMin = _mm256_min_epi32(l.nzMin, _mm256_blendv_epi8(v, _mm256_set1_epi32(INT32_MAX), zero));
+        l.nzMax = _mm256_max_epi32(l.nzMax, _mm256_blendv_epi8(v, _mm256_set1_epi32(INT32_MIN), zero));
+        l.any = _mm256_or_si256(l.any, v);
+    }
+}
+
+// Moves the lanes' partial sum of `vectors` vectors into 64 bits.
+IL_TARGET_AVX2 inline int64_t foldSum(__m256i sum, size_t, const uint8_t*) { return laneSum64(sum); }
+IL_TARGET_AVX2 inline int64_t foldSum(__m256i sum, size_t vectors, const uint16_t*)
+{
+    const __m256i wide = _mm256_add_epi64(_mm256_cvtepi32_epi64(_mm256_castsi256_si128(sum)),
+                                          _mm256_cvtepi32_epi64(_mm256_extracti128_si256(sum, 1)));
+    return laneSum64(wide) + static_cast<int64_t>(vectors) * 16 * 32768;
+}
+IL_TARGET_AVX2 inline int64_t foldSum(__m256i sum, size_t, const int32_t*) { return laneSum64(sum); }
+
+template <typename T, bool NonZero>
+IL_TARGET_AVX2 void surveyVectors(const T* samples, size_t vectors, SurveyLanes& l, int64_t& sum)
+{
+    const size_t chunk = 16384;
+    const __m256i* in = reinterpret_cast<const __m256i*>(samples);
+    for (size_t start = 0; start < vectors; start += chunk) {
+        const size_t end = vectors - start < chunk ? vectors : start + chunk;
+        l.sum = _mm256_setzero_si256();
+        for (size_t k = start; k < end; ++k) surveyVector(l, _mm256_loadu_si256(in + k), NonZero, samples);
+        sum += foldSum(l.sum, end - start, samples);
+    }
+}
+
+template <typename T, size_t N> IL_TARGET_AVX2 void storeLanes(T (&out)[N], __m256i v)
+{
+    static_assert(N * sizeof(T) == 32, "one vector");
+    std::memcpy(out, &v, 32);
+}
+
 template <typename T>
 IL_TARGET_AVX2 bool scanMinMaxIntegerAvx2(const T* samples, size_t count, bool wantExtremes, bool wantNonZero,
                                           MinMaxScan<T>& scan)
 {
-    return scanMinMaxIntegerFast(samples, count, wantExtremes, wantNonZero, scan);
+    const size_t lanes = 32 / sizeof(T);
+    const size_t vectors = count / lanes;
+    if (vectors == 0) return scanMinMaxIntegerFast(samples, count, wantExtremes, wantNonZero, scan);
+    const uint64_t largestMagnitude = std::is_signed<T>::value ? (uint64_t(1) << 31) : std::numeric_limits<T>::max();
+    if (largestMagnitude > (uint64_t(1) << 53) / count) return false;
+    const T high = std::numeric_limits<T>::max(), low = std::numeric_limits<T>::lowest();
+    SurveyLanes l;
+    l.mn = l.mx = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(samples));
+    T fill[32 / sizeof(T)];
+    for (T& v : fill) v = high;
+    std::memcpy(&l.nzMin, fill, 32);
+    for (T& v : fill) v = low;
+    std::memcpy(&l.nzMax, fill, 32);
+    l.any = _mm256_setzero_si256();
+    int64_t sum = 0;
+    if (wantNonZero)
+        surveyVectors<T, true>(samples, vectors, l, sum);
+    else
+        surveyVectors<T, false>(samples, vectors, l, sum);
+
+    T mnLanes[32 / sizeof(T)], mxLanes[32 / sizeof(T)], nzMinLanes[32 / sizeof(T)], nzMaxLanes[32 / sizeof(T)];
+    storeLanes(mnLanes, l.mn);
+    storeLanes(mxLanes, l.mx);
+    storeLanes(nzMinLanes, l.nzMin);
+    storeLanes(nzMaxLanes, l.nzMax);
+    T smallest = mnLanes[0], largest = mxLanes[0], nzSmallest = high, nzLargest = low;
+    for (size_t j = 0; j < lanes; ++j) {
+        smallest = mnLanes[j] < smallest ? mnLanes[j] : smallest;
+        largest = mxLanes[j] > largest ? mxLanes[j] : largest;
+        nzSmallest = nzMinLanes[j] < nzSmallest ? nzMinLanes[j] : nzSmallest;
+        nzLargest = nzMaxLanes[j] > nzLargest ? nzMaxLanes[j] : nzLargest;
+    }
+    bool anyNonZero = !_mm256_testz_si256(l.any, l.any);
+    if constexpr (std::is_unsigned<T>::value) {
+        // The lanes hold the smallest v - 1 (a zero wrapped to the largest);
+        // the largest non-zero sample is the largest sample.
+        nzSmallest = static_cast<T>(nzSmallest + 1);
+        nzLargest = largest;
+    }
+    for (size_t i = vectors * lanes; i < count; ++i) {
+        const T v = samples[i];
+        smallest = v < smallest ? v : smallest;
+        largest = v > largest ? v : largest;
+        sum += v;
+        if (v != 0) {
+            nzSmallest = (v < nzSmallest || !anyNonZero) ? v : nzSmallest;
+            nzLargest = (v > nzLargest || !anyNonZero) ? v : nzLargest;
+            anyNonZero = true;
+        }
+    }
+    if (wantExtremes) {
+        scan.min = smallest;
+        scan.max = largest;
+        scan.sum = static_cast<double>(sum);
+        scan.count = count;
+    }
+    if (wantNonZero && anyNonZero) {
+        scan.nonZeroMin = nzSmallest;
+        scan.nonZeroMax = nzLargest;
+    }
+    return true;
 }
 #endif
 
