@@ -406,6 +406,43 @@ IL_TARGET_AVX2 void blendRowsAvx2(const float* lower, const float* upper, float 
     blendRowsPortable<T>(lower, upper, fy, oneMinusFy, out, i, newWidth);
 }
 
+// Both source rows of a destination row interpolated in one pass, each
+// block's plan and weights read once, and blended straight from the
+// registers: what interpolateRowAvx2 twice and blendRowsAvx2 compute, with
+// the same operations in the same order. The interpolated rows are kept for
+// the destination rows after.
+template <typename T>
+IL_TARGET_AVX2 void interpolatePairAndBlendAvx2(const T* upperRow, const T* lowerRow, const BilinearColumns<T>& c,
+                                                const InterpBlock<T>* blocks, size_t blockCount, float* upper,
+                                                float* lower, float fy, float oneMinusFy, T* out, uint32_t newWidth)
+{
+    const float* const w0 = c.w0;
+    const float* const w1 = c.w1;
+    const __m256 wLower = _mm256_set1_ps(fy), wUpper = _mm256_set1_ps(oneMinusFy);
+    for (size_t b = 0; b < blockCount; ++b) {
+        const uint32_t i = static_cast<uint32_t>(b * 8);
+        if (blocks[b].base < 0) {
+            interpolateRowPortable(upperRow, c, upper, i, i + 8);
+            interpolateRowPortable(lowerRow, c, lower, i, i + 8);
+            blendRowsPortable<T>(lower, upper, fy, oneMinusFy, out, i, i + 8);
+            continue;
+        }
+        __m256 u0, u1, l0, l1;
+        sampleBlock(upperRow, blocks[b], u0, u1);
+        sampleBlock(lowerRow, blocks[b], l0, l1);
+        const __m256 weight0 = _mm256_loadu_ps(w0 + i), weight1 = _mm256_loadu_ps(w1 + i);
+        const __m256 up = _mm256_add_ps(_mm256_mul_ps(u0, weight0), _mm256_mul_ps(u1, weight1));
+        const __m256 low = _mm256_add_ps(_mm256_mul_ps(l0, weight0), _mm256_mul_ps(l1, weight1));
+        _mm256_storeu_ps(upper + i, up);
+        _mm256_storeu_ps(lower + i, low);
+        storeBlended8(out + i, _mm256_add_ps(_mm256_mul_ps(low, wLower), _mm256_mul_ps(up, wUpper)));
+    }
+    const uint32_t tail = static_cast<uint32_t>(blockCount * 8);
+    interpolateRowPortable(upperRow, c, upper, tail, newWidth);
+    interpolateRowPortable(lowerRow, c, lower, tail, newWidth);
+    blendRowsPortable<T>(lower, upper, fy, oneMinusFy, out, tail, newWidth);
+}
+
 #endif
 
 // The interpolated source rows, two at a time: each destination row needs its
@@ -426,6 +463,17 @@ public:
     {
         m_blocks = blocks;
         m_blockCount = blockCount;
+    }
+
+    bool holds(uint32_t row) const { return m_row[0] == row || m_row[1] == row; }
+
+    // Both slots, for two rows neither of which is held; the caller fills them.
+    void claimBoth(uint32_t first, uint32_t second, Acc*& firstSlot, Acc*& secondSlot)
+    {
+        m_row[0] = first;
+        m_row[1] = second;
+        firstSlot = m_slot[0];
+        secondSlot = m_slot[1];
     }
 
     // Source row `row`, without evicting `keep`.
@@ -489,8 +537,9 @@ bool resampleBilinear(const T* src, uint32_t width, uint32_t height, T* dst, uin
     Acc* slot1 = work.take<Acc>(newWidth);
     InterpolatedRows<T> rows(src, width, columns, newWidth, slot0, slot1);
 #if IL_HAVE_AVX2_KERNELS
+    InterpBlock<T>* blocks = nullptr;
     if (avx2) {
-        InterpBlock<T>* blocks = work.take<InterpBlock<T>>(blockCount);
+        blocks = work.take<InterpBlock<T>>(blockCount);
         planInterpolation(columns, width, blocks, blockCount);
         rows.useAvx2(blocks, blockCount);
     }
@@ -502,10 +551,25 @@ bool resampleBilinear(const T* src, uint32_t width, uint32_t height, T* dst, uin
         const uint32_t y0 = ilTruncatedIndex(rowPosition, height);
         const float fy = rowPosition - static_cast<float>(y0);
         const uint32_t y1 = y0 + 1 < height ? y0 + 1 : height - 1;
-        const Acc* upper = rows.get(y0, y1);
-        const Acc* lower = rows.get(y1, y0);
         T* out = dst + static_cast<size_t>(j) * newWidth;
         const Acc wLower = static_cast<Acc>(fy), wUpper = static_cast<Acc>(1.0f - fy);
+#if IL_HAVE_AVX2_KERNELS
+        if constexpr (std::is_same<Acc, float>::value) {
+            // Two new source rows (every row when shrinking by two or more):
+            // interpolated and blended in one pass.
+            if (avx2 && y0 != y1 && !rows.holds(y0) && !rows.holds(y1)) {
+                Acc *upperSlot, *lowerSlot;
+                rows.claimBoth(y0, y1, upperSlot, lowerSlot);
+                interpolatePairAndBlendAvx2(src + static_cast<size_t>(y0) * width, src + static_cast<size_t>(y1) * width,
+                                            columns, blocks, blockCount, upperSlot, lowerSlot, wLower, wUpper, out,
+                                            newWidth);
+                rowPosition += stepY;
+                continue;
+            }
+        }
+#endif
+        const Acc* upper = rows.get(y0, y1);
+        const Acc* lower = rows.get(y1, y0);
 #if IL_HAVE_AVX2_KERNELS
         if constexpr (std::is_same<Acc, float>::value) {
             if (avx2) {
