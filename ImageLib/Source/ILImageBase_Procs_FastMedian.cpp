@@ -355,6 +355,14 @@ IL_FORCE_INLINE void ilRunNetwork(V* v)
     ilRunNetwork<Network>(v, std::make_index_sequence<Network::plan.steps>());
 }
 
+// Stores the sorted slots as rows of ranks, lowest first. The slot of each
+// rank is a constant here, so the slots stay in registers.
+template <typename Network, typename T, typename V, size_t... I>
+IL_FORCE_INLINE void ilStoreRanks(T* ranks, size_t rankStride, size_t x, const V* v, std::index_sequence<I...>)
+{
+    (ilStore(ranks + I * rankStride + x, v[Network::plan.order[I]]), ...);
+}
+
 template <typename V, size_t... I>
 IL_FORCE_INLINE bool ilAnyLaneSet(const V& mask, std::index_sequence<I...>)
 {
@@ -398,7 +406,7 @@ IL_FORCE_INLINE bool ilSortColumns(const T* src, size_t stride, size_t width, T*
         for (int i = 0; i < Rows; ++i) v[i] = ilLoad<V>(src + i * stride + x);
         if (std::is_floating_point<T>::value && checkLast) nan |= v[Rows - 1] != v[Rows - 1];
         ilRunNetwork<ILSortNetwork<Rows>>(v);
-        for (int i = 0; i < Rows; ++i) ilStore(ranks + i * rankStride + x, v[ILSortNetwork<Rows>::plan.order[i]]);
+        ilStoreRanks<ILSortNetwork<Rows>>(ranks, rankStride, x, v, std::make_index_sequence<Rows>());
     }
     bool nanFound =
         std::is_floating_point<T>::value && checkLast && ilAnyLaneSet(nan, std::make_index_sequence<lanes>());
