@@ -64,8 +64,7 @@ void visitRows(const unsigned char* data, uint32_t width, uint32_t height, int f
 // Values on the same table position share a colour, so the palette is asked
 // for the colour of each position once.
 template <typename T>
-bool buildDisplayTable(const CILPalette& palette, const GammaCurve& gamma, size_t channels,
-                       std::vector<uint32_t>& table)
+bool buildDisplayTable(CILPalette& palette, const GammaCurve& gamma, size_t channels, std::vector<uint32_t>& table)
 {
     const size_t values = size_t(1) << (8 * sizeof(T));
     const int colours = palette.getMaxIndex();
@@ -79,8 +78,6 @@ bool buildDisplayTable(const CILPalette& palette, const GammaCurve& gamma, size_
     } catch (...) {
         return false;  // no room for the table: map pixel by pixel
     }
-    // GetRGBForImageValue is not const (it may report an unknown table type).
-    CILPalette& asker = const_cast<CILPalette&>(palette);
     for (size_t v = 0; v < values; ++v) {
         const double value = gamma(static_cast<double>(static_cast<T>(v)));
         size_t slot = 0;
@@ -94,7 +91,7 @@ bool buildDisplayTable(const CILPalette& palette, const GammaCurve& gamma, size_
         }
         const double none = std::numeric_limits<double>::quiet_NaN();
         double r = none, g = none, b = none, a = none;
-        asker.GetRGBForImageValue(value, &r, &g, &b, &a);
+        palette.GetRGBForImageValue(value, &r, &g, &b, &a);
         if (std::isnan(r) || std::isnan(g) || std::isnan(b) || std::isnan(a)) return false;
         const unsigned char entry[4] = {lowByte(r), lowByte(g), lowByte(b),
                                         static_cast<unsigned char>(channels == 4 ? lowByte(a) : 0)};
