@@ -210,32 +210,43 @@ TEST(FastPaths, DisplayTablesGiveThePerPixelBytes)
             for (int flip : {0, 1}) {
                 SCOPED_TRACE(std::to_string(type) + " table " + std::to_string(s.table) + " flip " +
                              std::to_string(flip));
-                const int w = 331, h = 199;  // more pixels than a 16-bit table has entries
-                const std::vector<T> samples = randomSamples<T>(size_t(w) * h, 99, true);
-                CILImage image;
-                image.initWithData(type, w, h, const_cast<T*>(samples.data()));
-                if (!s.defaultPalette) image.setColorTable(s.table, s.lo, s.hi);
-                if (s.reversed || s.logScale)
-                    image.getPalette()->SetColorTable(s.table, s.lo, s.hi, s.reversed, s.logScale);
-                if (s.edgeColours) {
-                    const _tagIL_PALRGB above = {10, 20, 30, 200}, below = {40, 50, 60, 100};
-                    image.getPalette()->setColorForAboveMax(&above);
-                    image.getPalette()->setColorForBelowMin(&below);
-                    image.getPalette()->SetImageMinMax(s.lo + 7, s.hi - 9);
+                // More pixels than a 16-bit table has entries, and fewer.
+                for (const auto& shape : {std::make_pair(331, 199), std::make_pair(101, 67)}) {
+                    const int w = shape.first, h = shape.second;
+                    SCOPED_TRACE(w);
+                    std::vector<T> samples = randomSamples<T>(size_t(w) * h, 99, true);
+                    if (std::is_floating_point<T>::value) {
+                        samples[7] = std::numeric_limits<T>::quiet_NaN();
+                        samples[11] = std::numeric_limits<T>::infinity();
+                        samples[13] = -std::numeric_limits<T>::infinity();
+                    }
+                    CILImage image;
+                    image.initWithData(type, w, h, const_cast<T*>(samples.data()));
+                    if (!s.defaultPalette) image.setColorTable(s.table, s.lo, s.hi);
+                    if (s.reversed || s.logScale)
+                        image.getPalette()->SetColorTable(s.table, s.lo, s.hi, s.reversed, s.logScale);
+                    if (s.edgeColours) {
+                        const _tagIL_PALRGB above = {10, 20, 30, 200}, below = {40, 50, 60, 100};
+                        image.getPalette()->setColorForAboveMax(&above);
+                        image.getPalette()->setColorForBelowMin(&below);
+                        image.getPalette()->SetImageMinMax(s.lo + 7, s.hi - 9);
+                    }
+                    image.setGamma(s.gamma);
+                    image.setGLFormat(s.format);
+                    const unsigned char* got = static_cast<const unsigned char*>(image.getPixelsForGL(flip));
+                    ASSERT_NE(got, nullptr);
+                    const std::vector<unsigned char> expect =
+                        reference::displayPixels(samples, w, h, flip, *image.getPalette(), s.gamma, s.format == 6408);
+                    EXPECT_EQ(std::memcmp(got, expect.data(), expect.size()), 0);
                 }
-                image.setGamma(s.gamma);
-                image.setGLFormat(s.format);
-                const unsigned char* got = static_cast<const unsigned char*>(image.getPixelsForGL(flip));
-                ASSERT_NE(got, nullptr);
-                const std::vector<unsigned char> expect =
-                    reference::displayPixels(samples, w, h, flip, *image.getPalette(), s.gamma, s.format == 6408);
-                EXPECT_EQ(std::memcmp(got, expect.data(), expect.size()), 0);
             }
         }
     };
     check(uint8_t(), eByte);
     check(uint16_t(), eUShort);
+    check(int32_t(), eLong);
     check(float(), eFloat);
+    check(double(), eDouble);
 }
 
 // Outputs of 4 MiB and more are written in 8-byte words assembled from

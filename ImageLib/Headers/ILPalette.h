@@ -3,6 +3,7 @@
 #ifndef IMAGELIB_ILPALETTE_H
 #define IMAGELIB_ILPALETTE_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include "ILTypes.h"
@@ -143,6 +144,8 @@ public:
     // GetRGBForImageValue gives depends on nothing else, so values with the
     // same position (or both below, or both above) share a colour.
     int tablePositionFor(double value) const;
+    // tablePositionFor of `count` values at once.
+    void tablePositionsFor(const double* values, int32_t* positions, size_t count) const;
 
     // Hue (degrees), saturation and lightness scaled by inputScale to red,
     // green, blue scaled by outputScale. Returns 1.

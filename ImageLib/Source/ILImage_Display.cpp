@@ -55,48 +55,78 @@ void visitRows(const unsigned char* data, uint32_t width, uint32_t height, int f
     }
 }
 
+// The display bytes of `value` as a 4-byte entry (the fourth byte 0 for
+// RGB). False when the palette leaves an output unwritten: the bytes would
+// then depend on the pixel before, and only mapping pixel by pixel gives them.
+bool paletteEntry(CILPalette& palette, double value, size_t channels, uint32_t& entry)
+{
+    const double none = std::numeric_limits<double>::quiet_NaN();
+    double r = none, g = none, b = none, a = none;
+    palette.GetRGBForImageValue(value, &r, &g, &b, &a);
+    if (std::isnan(r) || std::isnan(g) || std::isnan(b) || std::isnan(a)) return false;
+    const unsigned char bytes[4] = {lowByte(r), lowByte(g), lowByte(b),
+                                    static_cast<unsigned char>(channels == 4 ? lowByte(a) : 0)};
+    std::memcpy(&entry, bytes, 4);
+    return true;
+}
+
+// The entry of each table position, asked of the palette the first time a
+// value on that position comes up. The colour GetRGBForImageValue gives
+// depends on the position alone, so every value on it shares the entry.
+class PositionEntries {
+public:
+    // False when the palette has no table to take positions in.
+    bool init(const CILPalette& palette)
+    {
+        m_colours = palette.getMaxIndex();
+        if (m_colours < 1 || m_colours > 65536) return false;
+        try {
+            m_known.assign(static_cast<size_t>(m_colours) + 2, kUnset);
+        } catch (...) {
+            return false;
+        }
+        return true;
+    }
+
+    // The entry of `value`, which lies on table position k.
+    bool entryFor(CILPalette& palette, double value, int k, size_t channels, uint32_t& entry)
+    {
+        // Slot 0: below the range; 1..colours: the table; colours + 1: above.
+        const size_t slot = k < 0 ? 0 : (k >= m_colours ? static_cast<size_t>(m_colours) + 1 : static_cast<size_t>(k) + 1);
+        if (m_known[slot] == kUnset) {
+            if (!paletteEntry(palette, value, channels, entry)) return false;
+            m_known[slot] = entry;
+        }
+        entry = static_cast<uint32_t>(m_known[slot]);
+        return true;
+    }
+
+private:
+    static constexpr uint64_t kUnset = ~uint64_t(0);
+    int m_colours = 0;
+    std::vector<uint64_t> m_known;
+};
+
 // For 8- and 16-bit samples every possible value is mapped once into a table
-// of output bytes, which the pixels then look up. This gives the same bytes as
-// mapping pixel by pixel as long as the palette writes all four outputs for
-// every value (then no output carries over from the previous pixel); the
-// table is abandoned, and the caller maps pixel by pixel, when it does not.
-// Entries are padded to four bytes so that each pixel is one 4-byte store.
-// Values on the same table position share a colour, so the palette is asked
-// for the colour of each position once.
+// of 4-byte entries, which the pixels then look up (one 4-byte store a
+// pixel). Abandoned (false), so that the caller maps pixel by pixel, when the
+// palette leaves an output unwritten.
 template <typename T>
 bool buildDisplayTable(CILPalette& palette, const GammaCurve& gamma, size_t channels, std::vector<uint32_t>& table)
 {
     const size_t values = size_t(1) << (8 * sizeof(T));
-    const int colours = palette.getMaxIndex();
-    const bool byPosition = colours >= 1 && colours <= 65536;
-    // Slot 0: below the range; 1..colours: the table; colours + 1: above.
-    const uint64_t unset = ~uint64_t(0);
-    std::vector<uint64_t> known;
+    PositionEntries byPosition;
+    const bool positions = byPosition.init(palette);
     try {
         table.resize(values);
-        if (byPosition) known.assign(static_cast<size_t>(colours) + 2, unset);
     } catch (...) {
         return false;  // no room for the table: map pixel by pixel
     }
     for (size_t v = 0; v < values; ++v) {
         const double value = gamma(static_cast<double>(static_cast<T>(v)));
-        size_t slot = 0;
-        if (byPosition) {
-            const int k = palette.tablePositionFor(value);
-            slot = k < 0 ? 0 : (k >= colours ? static_cast<size_t>(colours) + 1 : static_cast<size_t>(k) + 1);
-            if (known[slot] != unset) {
-                table[v] = static_cast<uint32_t>(known[slot]);
-                continue;
-            }
-        }
-        const double none = std::numeric_limits<double>::quiet_NaN();
-        double r = none, g = none, b = none, a = none;
-        palette.GetRGBForImageValue(value, &r, &g, &b, &a);
-        if (std::isnan(r) || std::isnan(g) || std::isnan(b) || std::isnan(a)) return false;
-        const unsigned char entry[4] = {lowByte(r), lowByte(g), lowByte(b),
-                                        static_cast<unsigned char>(channels == 4 ? lowByte(a) : 0)};
-        std::memcpy(&table[v], entry, 4);
-        if (byPosition) known[slot] = table[v];
+        const bool mapped = positions ? byPosition.entryFor(palette, value, palette.tablePositionFor(value), channels, table[v])
+                                      : paletteEntry(palette, value, channels, table[v]);
+        if (!mapped) return false;
     }
     return true;
 }
@@ -104,7 +134,12 @@ bool buildDisplayTable(CILPalette& palette, const GammaCurve& gamma, size_t chan
 // Outputs at least this large are written with non-temporal stores.
 const uint64_t kStreamFromBytes = uint64_t(4) << 20;
 
-// Writes the table entries of one row of samples as packed pixels of
+bool streamOutput(uint32_t width, uint32_t height, size_t channels)
+{
+    return static_cast<uint64_t>(width) * height * channels >= kStreamFromBytes;
+}
+
+// Writes the entries of one row, entryOf(x) for pixel x, as packed pixels of
 // `Channels` bytes. Entries are four bytes; with three channels each is
 // stored whole and its spare byte is overwritten by the next pixel, except
 // at the end of the image (`lastRow`) and, when streaming, at the end of
@@ -116,26 +151,27 @@ const uint64_t kStreamFromBytes = uint64_t(4) << 20;
 // or 1 words) and written with non-temporal stores: large outputs are not
 // read back here, and skipping the read of each destination line before it
 // is written saves a third of the memory traffic.
-template <size_t Channels, typename T>
-unsigned char* writeRow(const T* in, uint32_t count, const uint32_t* entries, unsigned char* out, bool stream,
-                        bool lastRow)
+template <size_t Channels, typename EntryOf>
+unsigned char* writeRow(EntryOf entryOf, uint32_t count, unsigned char* out, bool stream, bool lastRow)
 {
     uint32_t x = 0;
 #if defined(__x86_64__)
     if (stream) {
-        for (; x < count && (reinterpret_cast<uintptr_t>(out) & 7) != 0; ++x, out += Channels)
-            std::memcpy(out, &entries[in[x]], Channels);
+        for (; x < count && (reinterpret_cast<uintptr_t>(out) & 7) != 0; ++x, out += Channels) {
+            const uint32_t entry = entryOf(x);
+            std::memcpy(out, &entry, Channels);
+        }
         const uint32_t block = Channels == 3 ? 8 : 2;
         for (; count - x >= block; x += block, out += block * Channels) {
             long long* words = reinterpret_cast<long long*>(out);
             if constexpr (Channels == 3) {
                 uint64_t e[8];
-                for (int k = 0; k < 8; ++k) e[k] = entries[in[x + k]];
+                for (uint32_t k = 0; k < 8; ++k) e[k] = entryOf(x + k);
                 _mm_stream_si64(words, static_cast<long long>(e[0] | e[1] << 24 | e[2] << 48));
                 _mm_stream_si64(words + 1, static_cast<long long>(e[2] >> 16 | e[3] << 8 | e[4] << 32 | e[5] << 56));
                 _mm_stream_si64(words + 2, static_cast<long long>(e[5] >> 8 | e[6] << 16 | e[7] << 40));
             } else {
-                const uint64_t pair = entries[in[x]] | static_cast<uint64_t>(entries[in[x + 1]]) << 32;
+                const uint64_t pair = entryOf(x) | static_cast<uint64_t>(entryOf(x + 1)) << 32;
                 _mm_stream_si64(words, static_cast<long long>(pair));
             }
         }
@@ -144,9 +180,62 @@ unsigned char* writeRow(const T* in, uint32_t count, const uint32_t* entries, un
     (void)stream;
 #endif
     const uint32_t whole = ((lastRow || stream) && Channels == 3 && x < count) ? count - 1 : count;
-    for (; x < whole; ++x, out += Channels) std::memcpy(out, &entries[in[x]], 4);
-    for (; x < count; ++x, out += Channels) std::memcpy(out, &entries[in[x]], Channels);
+    for (; x < whole; ++x, out += Channels) {
+        const uint32_t entry = entryOf(x);
+        std::memcpy(out, &entry, 4);
+    }
+    for (; x < count; ++x, out += Channels) {
+        const uint32_t entry = entryOf(x);
+        std::memcpy(out, &entry, Channels);
+    }
     return out;
+}
+
+// Writes one row in the output's format.
+template <typename EntryOf>
+unsigned char* writeRowAs(size_t channels, EntryOf entryOf, uint32_t count, unsigned char* out, bool stream,
+                          bool lastRow)
+{
+    return channels == 3 ? writeRow<3>(entryOf, count, out, stream, lastRow)
+                         : writeRow<4>(entryOf, count, out, stream, lastRow);
+}
+
+// Samples of any type, row by row: the rows' table positions in one call,
+// then each pixel takes its position's entry. Same bytes as pixel by pixel
+// unless the palette leaves an output unwritten; then false, and the caller
+// maps every pixel again from the start.
+template <typename T>
+bool mapByPositions(const unsigned char* data, uint32_t width, uint32_t height, int flip, CILPalette& palette,
+                    const GammaCurve& gamma, size_t channels, unsigned char* out)
+{
+    PositionEntries byPosition;
+    if (width == 0 || !byPosition.init(palette)) return false;
+    std::vector<double> values;
+    std::vector<int32_t> positions;
+    try {
+        values.resize(width);
+        positions.resize(width);
+    } catch (...) {
+        return false;
+    }
+    const T* samples = reinterpret_cast<const T*>(data);
+    const bool stream = streamOutput(width, height, channels);
+    bool complete = true;
+    for (uint32_t i = 0; i < height && complete; ++i) {
+        const T* in = samples + static_cast<size_t>(flip ? height - 1 - i : i) * width;
+        for (uint32_t x = 0; x < width; ++x) values[x] = gamma(static_cast<double>(in[x]));
+        palette.tablePositionsFor(values.data(), positions.data(), width);
+        // The entries are written over the positions, which are not needed again.
+        uint32_t* entries = reinterpret_cast<uint32_t*>(positions.data());
+        for (uint32_t x = 0; x < width && complete; ++x)
+            complete = byPosition.entryFor(palette, values[x], positions[x], channels, entries[x]);
+        if (complete)
+            out = writeRowAs(channels, [entries](uint32_t x) { return entries[x]; }, width, out, stream, i + 1 == height);
+    }
+#if defined(__x86_64__)
+    if (stream) _mm_sfence();  // the streamed words are visible before the buffer is used
+#endif
+    return complete;
 }
 
 template <typename T>
@@ -160,12 +249,12 @@ bool mapThroughTable(const unsigned char* data, uint32_t width, uint32_t height,
         std::vector<uint32_t> table;
         if (!buildDisplayTable<T>(palette, gamma, channels, table)) return false;
         const T* samples = reinterpret_cast<const T*>(data);
-        const bool stream = static_cast<uint64_t>(width) * height * channels >= kStreamFromBytes;
+        const bool stream = streamOutput(width, height, channels);
+        const uint32_t* entries = table.data();
         for (uint32_t i = 0; i < height; ++i) {
             const T* in = samples + static_cast<size_t>(flip ? height - 1 - i : i) * width;
-            const bool lastRow = i + 1 == height;
-            out = channels == 3 ? writeRow<3>(in, width, table.data(), out, stream, lastRow)
-                                : writeRow<4>(in, width, table.data(), out, stream, lastRow);
+            out = writeRowAs(channels, [in, entries](uint32_t x) { return entries[in[x]]; }, width, out, stream,
+                             i + 1 == height);
         }
 #if defined(__x86_64__)
         if (stream) _mm_sfence();  // the streamed words are visible before the buffer is used
@@ -193,6 +282,7 @@ void* CILImage::getPixelsForGL(int flip)
     const bool known = ILDispatchSampleType(m_datatype, [&](auto tag) {
         using T = typename decltype(tag)::type;
         if (mapThroughTable<T>(m_data, m_width, m_height, flip, m_palette, gamma, rgba ? 4 : 3, out)) return;
+        if (mapByPositions<T>(m_data, m_width, m_height, flip, m_palette, gamma, rgba ? 4 : 3, out)) return;
         visitRows<T>(m_data, m_width, m_height, flip, [&](double v) {
             m_palette.GetRGBForImageValue(gamma(v), &r, &g, &b, &a);
             *out++ = lowByte(r);

@@ -327,12 +327,36 @@ struct ColourOut {
 
 } // namespace
 
+namespace {
+
+// The rule that puts a value on a table position, taken from a palette's
+// settings; kept apart so that the batch form runs it inline.
+struct PositionRule {
+    double imageMin, displayMin, displayMax, logOffset, scale;
+    bool logScale, useMinBelow;
+    int operator()(double value) const
+    {
+        if (value < imageMin) return useMinBelow ? 0 : -1;
+        if (displayMin == displayMax) return truncIndex(scale);
+        if (logScale) return truncIndex((std::log10(value + logOffset) - std::log10(displayMin)) * scale);
+        return truncIndex((value - displayMin) * scale);
+    }
+};
+
+} // namespace
+
 int CILPalette::tablePositionFor(double value) const
 {
-    if (value < m_imageMin) return m_useMinColorBelowThresh ? 0 : -1;
-    if (m_displayMin == m_displayMax) return truncIndex(m_scale);
-    if (m_logScale) return truncIndex((std::log10(value + m_logOffset) - std::log10(m_displayMin)) * m_scale);
-    return truncIndex((value - m_displayMin) * m_scale);
+    const PositionRule rule{m_imageMin, m_displayMin, m_displayMax, m_logOffset, m_scale, m_logScale != 0,
+                            m_useMinColorBelowThresh};
+    return rule(value);
+}
+
+void CILPalette::tablePositionsFor(const double* values, int32_t* positions, size_t count) const
+{
+    const PositionRule rule{m_imageMin, m_displayMin, m_displayMax, m_logOffset, m_scale, m_logScale != 0,
+                            m_useMinColorBelowThresh};
+    for (size_t i = 0; i < count; ++i) positions[i] = rule(values[i]);
 }
 
 int CILPalette::GetRGBForImageValue(double value, double* r, double* g, double* b, double* a)
