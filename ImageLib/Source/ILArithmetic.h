@@ -145,9 +145,13 @@ inline bool ILApplyScalar(int32_t type, void* data, size_t count, ILArithmeticOp
 // ILCombineSameTypeFast: out[i] = a[i] op b[i] for two buffers of one type,
 // a divisor equal to 0 giving 0 (the image-image rule); `out` is `a`, or
 // overlaps neither.
-// Both return false for an unknown sample type, with nothing written.
+// ILCombineRowsFast: the same for `rows` rows of `count` samples, row r of
+// each buffer starting r x its stride (in samples) after its start.
+// All return false for an unknown sample type, with nothing written.
 bool ILApplyScalarFast(int32_t type, const void* in, void* out, size_t count, ILArithmeticOp op,
                        const ILScalarForms& forms);
 bool ILCombineSameTypeFast(int32_t type, const void* a, const void* b, void* out, size_t count, ILArithmeticOp op);
+bool ILCombineRowsFast(int32_t type, const void* a, size_t aStride, const void* b, size_t bStride, void* out,
+                       size_t outStride, size_t count, size_t rows, ILArithmeticOp op);
 
 #endif

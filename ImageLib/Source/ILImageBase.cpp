@@ -224,13 +224,20 @@ int64_t exactBlockSum(const T* samples, size_t count)
 // used when every partial sum of the ordered double sum would have been exact
 // too (below 2^53), so the mean is bit for bit the same. Returns false when
 // that cannot be guaranteed; the caller then runs the ordered scan.
+// Whether every partial sum of `count` samples of T stays below 2^53, where
+// a double sum is exact in any order.
+template <typename T> bool integerSumIsExact(size_t count)
+{
+    const uint64_t largestMagnitude = std::is_signed<T>::value ? (uint64_t(1) << 31) : std::numeric_limits<T>::max();
+    return count == 0 || largestMagnitude <= (uint64_t(1) << 53) / count;
+}
+
 template <typename T>
 __attribute__((always_inline)) inline bool scanMinMaxIntegerFast(const T* samples, size_t count, bool wantExtremes,
                                                                  bool wantNonZero, MinMaxScan<T>& scan)
 {
     static_assert(std::is_integral<T>::value, "integer samples only");
-    const uint64_t largestMagnitude = std::is_signed<T>::value ? (uint64_t(1) << 31) : std::numeric_limits<T>::max();
-    if (count != 0 && largestMagnitude > (uint64_t(1) << 53) / count) return false;
+    if (!integerSumIsExact<T>(count)) return false;
     if (count == 0) return true;
     const size_t block = 16384;
     const T high = std::numeric_limits<T>::max(), low = std::numeric_limits<T>::lowest();
@@ -386,8 +393,7 @@ IL_TARGET_AVX2 bool scanMinMaxIntegerAvx2(const T* samples, size_t count, bool w
     const size_t lanes = 32 / sizeof(T);
     const size_t vectors = count / lanes;
     if (vectors == 0) return scanMinMaxIntegerFast(samples, count, wantExtremes, wantNonZero, scan);
-    const uint64_t largestMagnitude = std::is_signed<T>::value ? (uint64_t(1) << 31) : std::numeric_limits<T>::max();
-    if (largestMagnitude > (uint64_t(1) << 53) / count) return false;
+    if (!integerSumIsExact<T>(count)) return false;
     const T high = std::numeric_limits<T>::max(), low = std::numeric_limits<T>::lowest();
     SurveyLanes l;
     l.mn = l.mx = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(samples));
@@ -574,14 +580,16 @@ bool CILImageBase::setImageData(const void* src, QORDataTypes type, int width, i
 
 void CILImageBase::setlocalpointers()
 {
-    switch (m_datatype) {
-    case eByte: m_pByteData = m_data; break;
-    case eUShort: m_pUShortData = samplesOf<uint16_t>(m_data); break;
-    case eLong: m_pLongData = samplesOf<int32_t>(m_data); break;
-    case eFloat: m_pFloatData = samplesOf<float>(m_data); break;
-    case eDouble: m_pDoubleData = samplesOf<double>(m_data); break;
-    default: IL_ASSERT_UNKNOWN_TYPE(); break;
-    }
+    const bool known = ILDispatchSampleType(m_datatype, [&](auto tag) {
+        using T = typename decltype(tag)::type;
+        T* samples = samplesOf<T>(m_data);
+        if constexpr (std::is_same<T, uint8_t>::value) m_pByteData = samples;
+        else if constexpr (std::is_same<T, uint16_t>::value) m_pUShortData = samples;
+        else if constexpr (std::is_same<T, int32_t>::value) m_pLongData = samples;
+        else if constexpr (std::is_same<T, float>::value) m_pFloatData = samples;
+        else m_pDoubleData = samples;
+    });
+    if (!known) IL_ASSERT_UNKNOWN_TYPE();
 }
 
 int CILImageBase::operator==(const CILImageBase& other) const

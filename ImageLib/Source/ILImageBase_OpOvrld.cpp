@@ -11,6 +11,7 @@
 #include "ILImageBase_templates.h"
 #include "ILInternal.h"
 
+#include <algorithm>
 #include <type_traits>
 
 #define IL_ASSERT_SOURCE L"ImageLib/Source/ILImageBase_OpOvrld"
@@ -46,9 +47,9 @@ template <typename T> T sampleOrPadding(const T* samples, uint32_t width, uint32
     return (x < width && y < height) ? samples[static_cast<size_t>(y) * width + x] : T(0);
 }
 
-// The canvas row by row: where both operands have samples the fast loop of
-// the type combines them, the rest of a row is combined with the padding.
-// Operands of the canvas's own sides are one run.
+// The canvas: where both operands have samples (a rectangle at the top
+// left) the fast loop of the type combines them, the rest of each row is
+// combined with the padding. Operands of the canvas's own sides are one run.
 template <typename T, typename Combine>
 void combineOnCanvasFast(const T* a, uint32_t aWidth, uint32_t aHeight, const T* b, uint32_t bWidth,
                          uint32_t bHeight, T* out, uint32_t width, uint32_t height, Combine combine,
@@ -58,13 +59,13 @@ void combineOnCanvasFast(const T* a, uint32_t aWidth, uint32_t aHeight, const T*
         ILCombineSameTypeFast(type, a, b, out, static_cast<size_t>(width) * height, op);
         return;
     }
+    const uint32_t sharedRows = std::min({aHeight, bHeight, height});
+    const uint32_t sharedColumns = std::min({aWidth, bWidth, width});
+    if (sharedRows > 0 && sharedColumns > 0)
+        ILCombineRowsFast(type, a, aWidth, b, bWidth, out, width, sharedColumns, sharedRows, op);
     for (uint32_t y = 0; y < height; ++y) {
-        const uint32_t aRow = y < aHeight ? aWidth : 0, bRow = y < bHeight ? bWidth : 0;
-        const uint32_t shared = aRow < bRow ? aRow : bRow;
+        const uint32_t shared = y < sharedRows ? sharedColumns : 0;
         T* row = out + static_cast<size_t>(y) * width;
-        if (shared > 0)
-            ILCombineSameTypeFast(type, a + static_cast<size_t>(y) * aWidth, b + static_cast<size_t>(y) * bWidth, row,
-                                  shared, op);
         for (uint32_t x = shared; x < width; ++x) {
             const T left = sampleOrPadding(a, aWidth, aHeight, x, y);
             const T right = sampleOrPadding(b, bWidth, bHeight, x, y);

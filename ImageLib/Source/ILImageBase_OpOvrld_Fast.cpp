@@ -158,24 +158,29 @@ IL_TARGET_AVX2 size_t combineAvx2(const T* a, const T* b, T* out, size_t count)
 
 #endif
 
-template <typename T, ILArithmeticOp Op> void applyScalarRun(const T* in, T f, T* out, size_t count)
+// `avx2`: ilCpuHasAvx2(), asked once per call of the entry points below.
+template <typename T, ILArithmeticOp Op> void applyScalarRun(const T* in, T f, T* out, size_t count, bool avx2)
 {
     size_t done = 0;
 #if IL_HAVE_AVX2_KERNELS
     if constexpr (vectorised<T, Op>()) {
-        if (ilCpuHasAvx2()) done = applyScalarAvx2<T, Op>(in, f, out, count);
+        if (avx2) done = applyScalarAvx2<T, Op>(in, f, out, count);
     }
+#else
+    (void)avx2;
 #endif
     applyScalarPortable<T, Op>(in, f, out, done, count);
 }
 
-template <typename T, ILArithmeticOp Op> void combineRun(const T* a, const T* b, T* out, size_t count)
+template <typename T, ILArithmeticOp Op> void combineRun(const T* a, const T* b, T* out, size_t count, bool avx2)
 {
     size_t done = 0;
 #if IL_HAVE_AVX2_KERNELS
     if constexpr (vectorised<T, Op>()) {
-        if (ilCpuHasAvx2()) done = combineAvx2<T, Op>(a, b, out, count);
+        if (avx2) done = combineAvx2<T, Op>(a, b, out, count);
     }
+#else
+    (void)avx2;
 #endif
     combinePortable<T, Op>(a, b, out, done, count);
 }
@@ -199,22 +204,32 @@ template <typename Kernel> bool dispatchOperation(ILArithmeticOp op, Kernel&& ke
 bool ILApplyScalarFast(int32_t type, const void* in, void* out, size_t count, ILArithmeticOp op,
                        const ILScalarForms& forms)
 {
+    const bool avx2 = ilCpuHasAvx2();
     return ILDispatchSampleType(type, [&](auto tag) {
         using T = typename decltype(tag)::type;
         dispatchOperation(op, [&](auto operation) {
             applyScalarRun<T, decltype(operation)::value>(static_cast<const T*>(in), forms.as<T>(),
-                                                           static_cast<T*>(out), count);
+                                                           static_cast<T*>(out), count, avx2);
         });
     });
 }
 
 bool ILCombineSameTypeFast(int32_t type, const void* a, const void* b, void* out, size_t count, ILArithmeticOp op)
 {
+    return ILCombineRowsFast(type, a, 0, b, 0, out, 0, count, 1, op);
+}
+
+bool ILCombineRowsFast(int32_t type, const void* a, size_t aStride, const void* b, size_t bStride, void* out,
+                       size_t outStride, size_t count, size_t rows, ILArithmeticOp op)
+{
+    const bool avx2 = ilCpuHasAvx2();
     return ILDispatchSampleType(type, [&](auto tag) {
         using T = typename decltype(tag)::type;
         dispatchOperation(op, [&](auto operation) {
-            combineRun<T, decltype(operation)::value>(static_cast<const T*>(a), static_cast<const T*>(b),
-                                                       static_cast<T*>(out), count);
+            for (size_t r = 0; r < rows; ++r)
+                combineRun<T, decltype(operation)::value>(static_cast<const T*>(a) + r * aStride,
+                                                           static_cast<const T*>(b) + r * bStride,
+                                                           static_cast<T*>(out) + r * outStride, count, avx2);
         });
     });
 }
