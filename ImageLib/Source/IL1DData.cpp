@@ -24,25 +24,6 @@
 
 namespace {
 
-// The series' two small kinds besides the image sample types.
-const int32_t kSmallByteKind = 6;
-const int32_t kSmallShortKind = 7;
-
-// Bytes per sample of every kind the series stores; 0 for any other value.
-size_t seriesSampleBytes(int32_t type)
-{
-    switch (type) {
-    case eByte:
-    case kSmallByteKind: return 1;
-    case eUShort:
-    case kSmallShortKind: return 2;
-    case eLong:
-    case eFloat: return 4;
-    case eDouble: return 8;
-    default: return 0;
-    }
-}
-
 bool isValueType(int32_t type)
 {
     return type >= eByte && type <= eDouble;
@@ -115,7 +96,7 @@ bool CIL1DData::initWithType(size_t n, QORDataTypes type)
 
 bool CIL1DData::initWithArray(const void* src, size_t n, QORDataTypes type)
 {
-    const size_t sampleBytes = seriesSampleBytes(type);
+    const size_t sampleBytes = ILSeriesSampleBytes(type);
     if (sampleBytes == 0) {
         IL_ASSERT(1 == 0);
         return false;
@@ -160,9 +141,9 @@ bool CIL1DData::updateMinMax(bool includeZeros)
         m_max = highest;
         m_maxPos = highestPos;
     };
-    if (m_datatype == kSmallByteKind)
+    if (m_datatype == kILSeriesByteKind)
         scan(ILSampleTag<int8_t>());
-    else if (m_datatype == kSmallShortKind)
+    else if (m_datatype == kILSeriesShortKind)
         scan(ILSampleTag<int16_t>());
     else
         ILDispatchSampleType(m_datatype, scan);
@@ -322,7 +303,7 @@ int CIL1DData::filter(const float* coeffs, int nFilterCoeffs, CIL1DData* dest)
 int CIL1DData::reverse()
 {
     if (!m_data) return 2;
-    const size_t sampleBytes = seriesSampleBytes(m_datatype);
+    const size_t sampleBytes = ILSeriesSampleBytes(m_datatype);
     if (sampleBytes == 0) {
         IL_ASSERT(1 == 0);
         return 1;

@@ -24,15 +24,6 @@ void runningSum(const T* counts, size_t n, float* sums)
     for (size_t k = 1; k < n; ++k) sums[k] = sums[k - 1] + ILConvertSample<float>(counts[k]);
 }
 
-// Bytes per sample of the kinds a series can hold (the five sample types and
-// the small signed kinds 6 and 7); 0 for anything else.
-size_t heldSampleBytes(int32_t type)
-{
-    size_t bytes = 0;
-    if (ILDispatchSampleType(type, [&](auto tag) { bytes = sizeof(typename decltype(tag)::type); })) return bytes;
-    return type == 6 ? 1 : type == 7 ? 2 : 0;
-}
-
 } // namespace
 
 CILHistogram::CILHistogram() : CIL1DData(), m_minmaxflags(0), m_imagemax(0.0), m_imagemin(0.0)
@@ -60,7 +51,7 @@ void CILHistogram::setMaxBins(uint64_t bins)
 
 bool CILHistogram::growSamples(uint64_t bins)
 {
-    const size_t sampleBytes = heldSampleBytes(m_datatype);
+    const size_t sampleBytes = ILSeriesSampleBytes(m_datatype);
     if (sampleBytes == 0 || bins > SIZE_MAX / sampleBytes) return false;
     void* grown = std::realloc(m_data, static_cast<size_t>(bins) * sampleBytes);
     if (!grown) return false;

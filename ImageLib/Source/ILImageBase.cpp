@@ -22,7 +22,6 @@
 namespace {
 
 // Bytes per sample without the assertion, for internal size checks.
-size_t sampleBytesOf(int32_t type) { return ILSampleBytes(type); }
 
 // Pixel buffers of 32 MiB and more are asked to be backed by 2 MiB pages
 // where the system grants them on request. Blocks that large lie beyond
@@ -510,7 +509,7 @@ const CILImageBase& CILImageBase::operator=(const CILImageBase& other)
 
 size_t CILImageBase::get_reqsizefortype(QORDataTypes type)
 {
-    const size_t bytes = sampleBytesOf(type);
+    const size_t bytes = ILSampleBytes(type);
     if (bytes == 0) IL_ASSERT_UNKNOWN_TYPE();
     return bytes;
 }
@@ -518,7 +517,7 @@ size_t CILImageBase::get_reqsizefortype(QORDataTypes type)
 bool CILImageBase::hasPixels() const
 {
     if (!m_data) return false;
-    const size_t needed = pixelCount() * sampleBytesOf(m_datatype);
+    const size_t needed = pixelCount() * ILSampleBytes(m_datatype);
     return needed <= m_allocatedBytes && m_sizeinbytes <= m_allocatedBytes;
 }
 

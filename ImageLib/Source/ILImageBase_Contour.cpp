@@ -295,13 +295,6 @@ bool CILImageBase::ContourTrace(tagContourTraceInfo* info, int value, char* out)
 {
     if (!hasPixels() || !hasChainArrays(info) || !info->pDirections) return false;
     const size_t count = pixelCount();
-    // The destructive path's byte picture. Nothing draws into it, so the
-    // image ends as zeros.
-    std::unique_ptr<unsigned char[]> picture;
-    if (!out) {
-        picture.reset(new (std::nothrow) unsigned char[count > 0 ? count : 1]());
-        if (!picture) return false;
-    }
     std::unique_ptr<int32_t[]> xs(new (std::nothrow) int32_t[count > 0 ? count : 1]);
     std::unique_ptr<int32_t[]> ys(new (std::nothrow) int32_t[count > 0 ? count : 1]);
     if (!xs || !ys) return false;
@@ -325,8 +318,9 @@ bool CILImageBase::ContourTrace(tagContourTraceInfo* info, int value, char* out)
     writeChainCodes(info, m_width);
     if (out) return true;
 
+    // The destructive path leaves a byte picture nothing draws into: zeros.
     const bool reshaped = InitWithType(eByte, static_cast<int32_t>(m_width), static_cast<int32_t>(m_height));
-    if (reshaped && count > 0) std::memcpy(m_data, picture.get(), count);
+    if (reshaped && count > 0) std::memset(m_data, 0, count);
     return reshaped;
 }
 

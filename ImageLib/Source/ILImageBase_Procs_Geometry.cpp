@@ -20,14 +20,6 @@
 
 namespace {
 
-// Bytes per sample of a known type, 0 for any other (without an assertion).
-size_t sampleBytesOf(int32_t type)
-{
-    size_t bytes = 0;
-    ILDispatchSampleType(type, [&](auto tag) { bytes = sizeof(typename decltype(tag)::type); });
-    return bytes;
-}
-
 // ---- crop -----------------------------------------------------------------
 
 struct CropBounds {
@@ -272,7 +264,7 @@ EILSTATUS CILImageBase::crop_core_base(int left, int top, int right, int bottom,
         !dest.hasPixels() || dest.m_datatype != m_datatype ||
         dest.pixelCount() < static_cast<size_t>(width) * static_cast<size_t>(height))
         return eILInvalidArgument;
-    const size_t sampleBytes = sampleBytesOf(m_datatype);
+    const size_t sampleBytes = ILSampleBytes(m_datatype);
     if (sampleBytes == 0) {
         IL_ASSERT_UNKNOWN_TYPE();
         return eILSuccess;
@@ -296,7 +288,7 @@ EILSTATUS CILImageBase::embed(const CILImageBase* patch, unsigned int x, unsigne
     if (eMode != eEmbedByClipping) return eILTypeMismatch;
     // A patch object without pixels has nothing to read.
     if (!patch->hasPixels()) return eILNoData;
-    const size_t sampleBytes = sampleBytesOf(m_datatype);
+    const size_t sampleBytes = ILSampleBytes(m_datatype);
     if (sampleBytes == 0) return eILSuccess;
     const size_t copiedWidth = patch->m_width < m_width - x ? patch->m_width : m_width - x;
     const size_t copiedHeight = patch->m_height < m_height - y ? patch->m_height : m_height - y;
@@ -340,12 +332,13 @@ EILSTATUS CILImageBase::clipCorners(float value, int size)
     ILDispatchSampleType(m_datatype, [&](auto tag) {
         using T = typename decltype(tag)::type;
         T* samples = reinterpret_cast<T*>(m_data);
+        const T fill = ILConvertSample<T>(value);
         for (int64_t y = 0; y < height; ++y) {
             for (int64_t x = 0; x < width; ++x, ++samples) {
                 const bool top = y <= n && (x < n - y || x > width - n - 1 + y);
                 // Deliberately the width, not the height, in the bottom test.
                 const bool bottom = y >= height - n - 1 && (x < y - width + 1 + n || x > 2 * width - 2 - y - n);
-                if (top || bottom) *samples = ILConvertSample<T>(value);
+                if (top || bottom) *samples = fill;
             }
         }
     });
@@ -417,7 +410,7 @@ bool CILImageBase::Rotate(float angle, bool enlarge)
     const unsigned char** rows =
         static_cast<const unsigned char**>(std::malloc((m_height > 0 ? m_height : 1) * sizeof(unsigned char*)));
     if (!rows) return false;
-    const size_t sampleBytes = sampleBytesOf(m_datatype);
+    const size_t sampleBytes = ILSampleBytes(m_datatype);
     for (uint32_t y = 0; y < m_height; ++y) rows[y] = m_data + static_cast<size_t>(y) * m_width * sampleBytes;
     ILDispatchSampleType(m_datatype, [&](auto tag) {
         rotateSamples<sizeof(typename decltype(tag)::type)>(rows, m_width, m_height, rotated.m_data, newWidth,

@@ -91,13 +91,11 @@ void computeStats(const T* samples, const char* mask, const StatsRect& rect, tag
 
     // Second pass over the same pixels: the sample standard deviation.
     double squares = 0.0;
-    uint32_t n = 0;
     forEachCounted(samples, mask, rect, [&](T value, int64_t, int64_t) {
         const double deviation = static_cast<double>(value) - mean;
         squares += deviation * deviation;
-        ++n;
     });
-    info->dStdDev = std::sqrt(n >= 2 ? squares / (n - 1) : squares / n);
+    info->dStdDev = std::sqrt(squares / (scan.count - 1));
 }
 
 // The particle analysis of the samples equal to 1 over rows rowStart and

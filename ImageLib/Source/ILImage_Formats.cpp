@@ -71,7 +71,6 @@ int32_t CILImage::getBMPRepresentation(unsigned char* buffer, uint32_t size)
     if (!m_glRgbBufAdopted && step * m_width * m_height > m_glRgbBufSize) return kBmpHeaderBytes;
     unsigned char* row = buffer + kBmpHeaderBytes;
     for (uint32_t y = 0; y < m_height; ++y, row += rowBytes) {
-        std::memset(row, 0, rowBytes);
         unsigned char* out = row;
         for (uint32_t x = 0; x < m_width; ++x, source += step) {
             *out++ = source[2];

@@ -137,11 +137,11 @@ bool readRGBAPage(TIFF* tif, const PageHeader& h, unsigned char* dest, uint64_t 
 // the other. A strip whose whole read fits the rest of the buffer is decoded
 // straight into it: the same bytes as decoding into the staging buffer and
 // copying them over, without the copy.
-bool readStrips(TIFF* tif, const PageHeader& h, unsigned char* dest, uint64_t destBytes, uint64_t sizeInBytes)
+bool readStrips(TIFF* tif, const PageHeader& h, unsigned char* dest, uint64_t destBytes)
 {
     const uint64_t rowBytes = (static_cast<uint64_t>(h.samplesPerPixel) * h.bitsPerSample * h.width + 7) / 8;
     const int64_t stripSize = TIFFStripSize(tif);
-    const uint64_t limit = static_cast<uint64_t>(h.samplesPerPixel) * sizeInBytes;
+    const uint64_t limit = static_cast<uint64_t>(h.samplesPerPixel) * destBytes;
     const uint64_t stagingBytes = stripSize > 0 && static_cast<uint64_t>(stripSize) < limit ? stripSize : limit;
     if (stripSize <= 0 || stagingBytes == 0) return false;
     MallocBlock staging(stagingBytes);
@@ -166,11 +166,13 @@ bool readStrips(TIFF* tif, const PageHeader& h, unsigned char* dest, uint64_t de
     return true;
 }
 
-// Tiles are decoded into a band-sized staging buffer, but a band is moved on
-// with the byte count of the last strip read, which on a tiled page is 0: the
-// pixel buffer keeps what the allocation left in it. This is the library's
-// established behaviour and is kept deliberately.
-bool readTiles(TIFF* tif, const PageHeader& h, unsigned char* dest)
+// Tiles are read (a tile that fails to decode is reported), but a band is
+// moved into the pixel buffer with the byte count of the last strip read,
+// which on a tiled page is 0: the pixel buffer keeps what the allocation left
+// in it. This is the library's established behaviour and is kept
+// deliberately. The band-sized staging buffer the bands would pass through is
+// still allocated, so a page whose band does not fit in memory fails as before.
+bool readTiles(TIFF* tif, const PageHeader& h)
 {
     uint32_t tileWidth = 0, tileLength = 0;
     TIFFGetField(tif, TIFFTAG_TILEWIDTH, &tileWidth);
@@ -180,36 +182,12 @@ bool readTiles(TIFF* tif, const PageHeader& h, unsigned char* dest)
     if (tileSize <= 0) return false;
     MallocBlock tile(static_cast<size_t>(tileSize));
     if (!tile.data) return false;
-    const uint64_t stagingBytes = static_cast<uint64_t>(tileSize) * (h.width / tileWidth + 1);
-    MallocBlock staging(stagingBytes);
+    MallocBlock staging(static_cast<uint64_t>(tileSize) * (h.width / tileWidth + 1));
     if (!staging.data) return false;
-
-    const uint64_t lastStripCount = 0;  // no strip is read on a tiled page
-    uint64_t destOffset = 0;
-    for (uint64_t row = 0; row < h.height; row += tileLength) {
-        const uint64_t rows = tileLength < h.height - row ? tileLength : h.height - row;
-        const int64_t scan = TIFFScanlineSize(tif);
-        const int64_t tileRow = TIFFTileRowSize(tif);
-        int64_t offset = 0;
-        for (uint64_t x = 0; x < h.width; x += tileWidth) {
+    for (uint64_t row = 0; row < h.height; row += tileLength)
+        for (uint64_t x = 0; x < h.width; x += tileWidth)
             if (TIFFReadTile(tif, tile.data, static_cast<uint32_t>(x), static_cast<uint32_t>(row), 0, 0) < 0)
                 fail("Corrupted tiled TIFF file!");
-            // The partial-tile test adds a pixel count to a byte offset; kept.
-            const int64_t wanted = (tileWidth + offset > scan) ? scan - offset : tileRow;
-            for (uint64_t i = 0; i < rows; ++i) {
-                const int64_t at = static_cast<int64_t>(i) * scan + offset;
-                int64_t bytes = wanted;
-                if (at < 0 || bytes <= 0 || static_cast<uint64_t>(at) >= stagingBytes) continue;
-                if (static_cast<uint64_t>(at + bytes) > stagingBytes) bytes = static_cast<int64_t>(stagingBytes) - at;
-                const int64_t from = static_cast<int64_t>(i) * tileRow;
-                if (from + bytes > tileSize) bytes = tileSize - from;
-                if (bytes > 0) std::memcpy(staging.data + at, tile.data + from, static_cast<size_t>(bytes));
-            }
-            offset += tileRow;
-        }
-        if (lastStripCount) std::memcpy(dest + destOffset, staging.data, lastStripCount);
-        destOffset += lastStripCount;
-    }
     return true;
 }
 
@@ -273,9 +251,9 @@ bool CILImage::decodeTIFFPage(void* handle, bool reshape)
     if (m_isRGBImageFormat)
         ok = readRGBAPage(tif, header, m_data, m_sizeinbytes, get_width());
     else if (TIFFIsTiled(tif))
-        ok = readTiles(tif, header, m_data);
+        ok = readTiles(tif, header);
     else
-        ok = readStrips(tif, header, m_data, m_sizeinbytes, get_sizeinbytes());
+        ok = readStrips(tif, header, m_data, m_sizeinbytes);
     if (!ok) return false;
     if (!m_isRGBImageFormat) undoOrientation(header.orientation);
     return true;
