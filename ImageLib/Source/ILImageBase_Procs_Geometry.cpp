@@ -221,9 +221,8 @@ EILSTATUS CILImageBase::crop(int left, int top, int right, int bottom)
     CILImageBase cropped;
     const EILSTATUS status = crop(left, top, right, bottom, cropped);
     if (status != eILSuccess && status != eILClipped) return status;
-    if (!setImageData(cropped.m_data, m_datatype, static_cast<int>(cropped.m_width),
-                      static_cast<int>(cropped.m_height), true))
-        return eILAllocFailed;
+    // The cropped image becomes this one's pixels; no second copy.
+    swapPixels(cropped);
     return status;
 }
 
@@ -366,7 +365,7 @@ EILSTATUS CILImageBase::upSample(int newWidth, int newHeight, IL_RESAMPLEMODES m
     if (!resampled.InitWithType(m_datatype, newWidth, newHeight)) return eILAllocFailed;
     const EILSTATUS status = reSample_core(newWidth, newHeight, mode, resampled);
     if (status != eILSuccess) return status;
-    if (!setImageData(resampled.m_data, m_datatype, newWidth, newHeight, true)) return eILAllocFailed;
+    swapPixels(resampled);
     return eILSuccess;
 }
 
@@ -417,5 +416,6 @@ bool CILImageBase::Rotate(float angle, bool enlarge)
                                                              newHeight, frame);
     });
     std::free(rows);
-    return setImageData(rotated.m_data, rotated.m_datatype, newWidth, newHeight, true);
+    swapPixels(rotated);
+    return true;
 }
