@@ -53,15 +53,25 @@ struct HoleLabeller {
         }
     }
 
-    // Marks the background reached from the border as outside, then numbers
-    // the rest in row-major order of first pixels; outside becomes 0.
+    void floodOutsideFrom(int64_t i)
+    {
+        if (labels[i] == kUnlabelled) flood(i, kOutside);
+    }
+
+    // Marks the background reached from the border as outside (the set does
+    // not depend on the order the border is walked in), then numbers the rest
+    // in row-major order of first pixels; outside becomes 0.
     uint32_t labelHoles()
     {
         const int64_t count = width * height;
-        for (int64_t i = 0; i < count; ++i) {
-            const int64_t x = i % width, y = i / width;
-            const bool border = x == 0 || y == 0 || x == width - 1 || y == height - 1;
-            if (border && labels[i] == kUnlabelled) flood(i, kOutside);
+        if (count == 0) return 0;
+        for (int64_t x = 0; x < width; ++x) {
+            floodOutsideFrom(x);
+            floodOutsideFrom((height - 1) * width + x);
+        }
+        for (int64_t y = 0; y < height; ++y) {
+            floodOutsideFrom(y * width);
+            floodOutsideFrom(y * width + width - 1);
         }
         int32_t holes = 0;
         for (int64_t i = 0; i < count; ++i) {
@@ -115,10 +125,12 @@ EILSTATUS CILImageBase::LabelHolesInImage(CILImageBase& labels, uint32_t* holeCo
 
 EILSTATUS CILImageBase::closeAllHolesInImage()
 {
-    CILImageBase labels;
-    const EILSTATUS status = LabelHolesInImage(labels, nullptr);
+    if (!hasPixels()) return eILNoData;
+    std::unique_ptr<int32_t[]> labels;
+    uint32_t holes = 0;
+    const EILSTATUS status = numberHoles(m_datatype, m_data, m_width, m_height, labels, &holes);
     if (status != eILSuccess) return status;
-    const int32_t* numbers = reinterpret_cast<const int32_t*>(labels.m_data);
+    const int32_t* numbers = labels.get();
     const size_t count = pixelCount();
     ILDispatchSampleType(m_datatype, [&](auto tag) {
         using T = typename decltype(tag)::type;
