@@ -212,6 +212,8 @@ private:
     // Applies a scalar operation to the samples in place, then refreshes the
     // statistics and marks the image dirty.
     CILImage& applyScalarInPlace(int operation, double s);
+    // Erodes (or dilates) into `dest` as Erode/Dilate with a destination do.
+    bool morphologyInto(CILImage& dest, int sx, int sy, bool erode);
 
 public:
     // ---- geometry wrappers ----

@@ -317,18 +317,14 @@ bool CILImage::Dilate(int sx, int sy)
 // image's type and pixel count is refused. A `dest` without a buffer hands on
 // a null destination, which filters this image in place; so does `dest` being
 // this image (its buffer would be read and written at once).
-bool CILImage::Erode(int sx, int sy, CILImage& dest)
+bool CILImage::morphologyInto(CILImage& dest, int sx, int sy, bool erode)
 {
     void* target = (&dest == this) ? nullptr : dest.m_data;
     if (target && !(dest.hasPixels() && dest.m_datatype == m_datatype && dest.pixelCount() >= pixelCount()))
         return false;
-    return refreshed(dest, CILImageBase::Erode(sx, sy, target));
+    return refreshed(dest, erode ? CILImageBase::Erode(sx, sy, target) : CILImageBase::Dilate(sx, sy, target));
 }
 
-bool CILImage::Dilate(int sx, int sy, CILImage& dest)
-{
-    void* target = (&dest == this) ? nullptr : dest.m_data;
-    if (target && !(dest.hasPixels() && dest.m_datatype == m_datatype && dest.pixelCount() >= pixelCount()))
-        return false;
-    return refreshed(dest, CILImageBase::Dilate(sx, sy, target));
-}
+bool CILImage::Erode(int sx, int sy, CILImage& dest) { return morphologyInto(dest, sx, sy, true); }
+
+bool CILImage::Dilate(int sx, int sy, CILImage& dest) { return morphologyInto(dest, sx, sy, false); }
